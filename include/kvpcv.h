@@ -1,0 +1,161 @@
+/*
+ * kvpcv.h - kvpCV, a library of two-dimensional computer-vision primitives.
+ *
+ * Conventions: an image plane is a pointer to the first pixel of the region
+ * of interest, a row step in bytes and a KvpiSize shared by all planes of a
+ * call. Every function except kvpcvGetLibVersion returns a KvpStatus: 0 for
+ * success, negative for errors, positive for warnings; a failed argument
+ * check writes nothing. Mask planes are 8-bit, non-zero meaning "take part".
+ *
+ * Plain C99; usable from C and C++.
+ */
+#ifndef KVPCV_H
+#define KVPCV_H
+
+#include "kvpcore.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ======================================================================
+ * Library
+ * ====================================================================== */
+
+typedef struct {
+  int major;
+  int minor;
+  int majorBuild;
+  int build;
+  char targetCpu[4];
+  const char* name;
+  const char* version;
+  const char* buildDate;
+} KvpLibraryVersion;
+
+/** The constant version record of the code path in use; never null. */
+KVP_API const KvpLibraryVersion* kvpcvGetLibVersion(void);
+
+/* ======================================================================
+ * Accumulation and absolute difference (single-precision accumulator)
+ * ====================================================================== */
+
+/** acc += src */
+KVP_API KvpStatus kvpiAdd_8u32f_C1IR(const Kvp8u* pSrc, int srcStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize);
+/** acc += src */
+KVP_API KvpStatus kvpiAdd_8s32f_C1IR(const Kvp8s* pSrc, int srcStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize);
+/** acc += src */
+KVP_API KvpStatus kvpiAdd_16u32f_C1IR(const Kvp16u* pSrc, int srcStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize);
+/** acc += src where mask != 0 */
+KVP_API KvpStatus kvpiAdd_8u32f_C1IMR(const Kvp8u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize);
+/** acc += src where mask != 0 */
+KVP_API KvpStatus kvpiAdd_8s32f_C1IMR(const Kvp8s* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize);
+/** acc += src where mask != 0 */
+KVP_API KvpStatus kvpiAdd_16u32f_C1IMR(const Kvp16u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize);
+/** acc += src where mask != 0 */
+KVP_API KvpStatus kvpiAdd_32f_C1IMR(const Kvp32f* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize);
+
+/** acc += src * src */
+KVP_API KvpStatus kvpiAddSquare_8u32f_C1IR(const Kvp8u* pSrc, int srcStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize);
+/** acc += src * src */
+KVP_API KvpStatus kvpiAddSquare_8s32f_C1IR(const Kvp8s* pSrc, int srcStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize);
+/** acc += src * src */
+KVP_API KvpStatus kvpiAddSquare_16u32f_C1IR(const Kvp16u* pSrc, int srcStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize);
+/** acc += src * src */
+KVP_API KvpStatus kvpiAddSquare_32f_C1IR(const Kvp32f* pSrc, int srcStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize);
+/** acc += src * src where mask != 0 */
+KVP_API KvpStatus kvpiAddSquare_8u32f_C1IMR(const Kvp8u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize);
+/** acc += src * src where mask != 0 */
+KVP_API KvpStatus kvpiAddSquare_8s32f_C1IMR(const Kvp8s* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize);
+/** acc += src * src where mask != 0 */
+KVP_API KvpStatus kvpiAddSquare_16u32f_C1IMR(const Kvp16u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize);
+/** acc += src * src where mask != 0 */
+KVP_API KvpStatus kvpiAddSquare_32f_C1IMR(const Kvp32f* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize);
+
+/** acc += src1 * src2 */
+KVP_API KvpStatus kvpiAddProduct_8u32f_C1IR(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize);
+/** acc += src1 * src2 */
+KVP_API KvpStatus kvpiAddProduct_8s32f_C1IR(const Kvp8s* pSrc1, int src1Step, const Kvp8s* pSrc2, int src2Step, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize);
+/** acc += src1 * src2 */
+KVP_API KvpStatus kvpiAddProduct_16u32f_C1IR(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2, int src2Step, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize);
+/** acc += src1 * src2 */
+KVP_API KvpStatus kvpiAddProduct_32f_C1IR(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize);
+/** acc += src1 * src2 where mask != 0 */
+KVP_API KvpStatus kvpiAddProduct_8u32f_C1IMR(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize);
+/** acc += src1 * src2 where mask != 0 */
+KVP_API KvpStatus kvpiAddProduct_8s32f_C1IMR(const Kvp8s* pSrc1, int src1Step, const Kvp8s* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize);
+/** acc += src1 * src2 where mask != 0 */
+KVP_API KvpStatus kvpiAddProduct_16u32f_C1IMR(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize);
+/** acc += src1 * src2 where mask != 0 */
+KVP_API KvpStatus kvpiAddProduct_32f_C1IMR(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize);
+
+/** acc = (src - acc) * alpha + acc */
+KVP_API KvpStatus kvpiAddWeighted_8u32f_C1IR(const Kvp8u* pSrc, int srcStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize, Kvp32f alpha);
+/** acc = (src - acc) * alpha + acc */
+KVP_API KvpStatus kvpiAddWeighted_8s32f_C1IR(const Kvp8s* pSrc, int srcStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize, Kvp32f alpha);
+/** acc = (src - acc) * alpha + acc */
+KVP_API KvpStatus kvpiAddWeighted_16u32f_C1IR(const Kvp16u* pSrc, int srcStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize, Kvp32f alpha);
+/** acc = (src - acc) * alpha + acc */
+KVP_API KvpStatus kvpiAddWeighted_32f_C1IR(const Kvp32f* pSrc, int srcStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize, Kvp32f alpha);
+/** acc = (src - acc) * alpha + acc where mask != 0 */
+KVP_API KvpStatus kvpiAddWeighted_8u32f_C1IMR(const Kvp8u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize, Kvp32f alpha);
+/** acc = (src - acc) * alpha + acc where mask != 0 */
+KVP_API KvpStatus kvpiAddWeighted_8s32f_C1IMR(const Kvp8s* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize, Kvp32f alpha);
+/** acc = (src - acc) * alpha + acc where mask != 0 */
+KVP_API KvpStatus kvpiAddWeighted_16u32f_C1IMR(const Kvp16u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize, Kvp32f alpha);
+/** acc = (src - acc) * alpha + acc where mask != 0 */
+KVP_API KvpStatus kvpiAddWeighted_32f_C1IMR(const Kvp32f* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize, Kvp32f alpha);
+/** dst = (src1 - src2) * alpha + src2 (never threaded) */
+KVP_API KvpStatus kvpiAddWeighted_32f_C1R(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step, Kvp32f* pDst, int dstStep, KvpiSize roiSize, Kvp32f alpha);
+
+/** dst = |src1 - src2| */
+KVP_API KvpStatus kvpiAbsDiff_8u_C1R(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step, Kvp8u* pDst, int dstStep, KvpiSize roiSize);
+/** dst = |src1 - src2|, three interleaved channels */
+KVP_API KvpStatus kvpiAbsDiff_8u_C3R(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step, Kvp8u* pDst, int dstStep, KvpiSize roiSize);
+/** dst = |src1 - src2| */
+KVP_API KvpStatus kvpiAbsDiff_16u_C1R(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2, int src2Step, Kvp16u* pDst, int dstStep, KvpiSize roiSize);
+/** dst = |src1 - src2| */
+KVP_API KvpStatus kvpiAbsDiff_32f_C1R(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step, Kvp32f* pDst, int dstStep, KvpiSize roiSize);
+/** dst = |src - value|, value clamped to 0..255 */
+KVP_API KvpStatus kvpiAbsDiffC_8u_C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, int value);
+/** dst = |src - value|, value clamped to 0..65535 */
+KVP_API KvpStatus kvpiAbsDiffC_16u_C1R(const Kvp16u* pSrc, int srcStep, Kvp16u* pDst, int dstStep, KvpiSize roiSize, int value);
+/** dst = |src - value| */
+KVP_API KvpStatus kvpiAbsDiffC_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, Kvp32f value);
+
+/* ======================================================================
+ * Norms
+ * ====================================================================== */
+
+/* ======================================================================
+ * Separable border-filter pipeline
+ * ====================================================================== */
+
+/* ======================================================================
+ * Gaussian 5x5 pyramid
+ * ====================================================================== */
+
+/* ======================================================================
+ * Flood fill
+ * ====================================================================== */
+
+/* ======================================================================
+ * Distance transforms
+ * ====================================================================== */
+
+/* ======================================================================
+ * Integral images and rectangle standard deviation
+ * ====================================================================== */
+
+/* ======================================================================
+ * Motion history
+ * ====================================================================== */
+
+/* ======================================================================
+ * Hough lines
+ * ====================================================================== */
+
+#ifdef __cplusplus
+}
+#endif
+#endif /* KVPCV_H */

@@ -1,0 +1,267 @@
+// Accumulation into a single-precision image and absolute differences.
+//
+// Each operation is one per-pixel functor; accumulate() and absDiff() do the
+// rest: the checks in the common order, the 262144-pixel threading
+// threshold and the row bands. All arithmetic is single precision in the
+// order written (a + s, a + s*s, a + s1*s2, (s - a)*alpha + a); the build
+// keeps multiply and add separate.
+#include <cmath>
+#include <limits>
+#include <type_traits>
+
+#include "frame/bodies.h"
+#include "frame/checks.h"
+#include "frame/parallel.h"
+
+namespace kvp::arith {
+namespace {
+
+constexpr long long kThreadArea = 262144;
+
+bool threadedArea(KvpiSize roi) { return (long long)roi.width * roi.height >= kThreadArea; }
+
+// ---- accumulation ----------------------------------------------------------
+
+struct OpAdd {
+  float operator()(float a, float s, float) const { return a + s; }
+};
+struct OpSquare {
+  float operator()(float a, float s, float) const { return a + s * s; }
+};
+struct OpProduct {
+  float operator()(float a, float s1, float s2) const { return a + s1 * s2; }
+};
+struct OpWeighted {
+  float alpha;
+  float operator()(float a, float s, float) const { return (s - a) * alpha + a; }
+};
+
+// One row: acc[x] = op(acc[x], s1[x], s2[x]) where the mask allows.
+template <bool Masked, class S, class Op>
+void accRow(const S* s1, const S* s2, const Kvp8u* m, float* acc, int w, Op op) {
+  if constexpr (Masked) {
+#pragma omp simd
+    for (int x = 0; x < w; ++x) {
+      const float r = op(acc[x], (float)s1[x], (float)s2[x]);
+      acc[x] = m[x] ? r : acc[x];
+    }
+  } else {
+#pragma omp simd
+    for (int x = 0; x < w; ++x) acc[x] = op(acc[x], (float)s1[x], (float)s2[x]);
+  }
+}
+
+// The family driver. s2 is unused for one-source operations, m when
+// unmasked; the planes are checked in argument order (sources, mask, acc).
+template <bool Masked, bool TwoSources, class S, class Op>
+KvpStatus accumulate(const S* s1, int s1Step, const S* s2, int s2Step, const Kvp8u* m, int mStep,
+                     Kvp32f* acc, int accStep, KvpiSize roi, Op op) {
+  KvpStatus st;
+  if (TwoSources && Masked)
+    st = checkPlanes(roi, {plane(s1, s1Step), plane(s2, s2Step), plane(m, mStep), plane(acc, accStep)});
+  else if (TwoSources)
+    st = checkPlanes(roi, {plane(s1, s1Step), plane(s2, s2Step), plane(acc, accStep)});
+  else if (Masked)
+    st = checkPlanes(roi, {plane(s1, s1Step), plane(m, mStep), plane(acc, accStep)});
+  else
+    st = checkPlanes(roi, {plane(s1, s1Step), plane(acc, accStep)});
+  if (st) return st;
+
+  forRowBands(roi.height, threadedArea(roi), [&](int y0, int rows, int) {
+    for (int y = y0; y < y0 + rows; ++y) {
+      const S* r1 = rowAt(s1, s1Step, y);
+      // A one-source operation reads its only source twice; the functor
+      // ignores the second value.
+      const S* r2 = TwoSources ? rowAt(s2, s2Step, y) : r1;
+      const Kvp8u* rm = Masked ? rowAt(m, mStep, y) : nullptr;
+      accRow<Masked>(r1, r2, rm, rowAt(acc, accStep, y), roi.width, op);
+    }
+  });
+  return kvpStsOk;
+}
+
+// The masked members that mix two values per pixel query the cache size for
+// their blocking; a row is streamed once, so the block is the whole row.
+void touchCacheSize() {
+  int bytes = 0;
+  (void)kvpGetMaxCacheSizeB(&bytes);
+}
+
+// ---- absolute difference ------------------------------------------------------
+
+template <class T>
+inline T absDiff1(T a, T b) {
+  if constexpr (std::is_floating_point_v<T>)
+    return std::fabs(a - b);
+  else
+    return a > b ? T(a - b) : T(b - a);
+}
+
+template <class T>
+void absDiffRow(const T* a, const T* b, T* d, int w) {
+#pragma omp simd
+  for (int x = 0; x < w; ++x) d[x] = absDiff1(a[x], b[x]);
+}
+
+template <class T>
+void absDiffCRow(const T* a, T v, T* d, int w) {
+#pragma omp simd
+  for (int x = 0; x < w; ++x) d[x] = absDiff1(a[x], v);
+}
+
+template <class T>
+KvpStatus absDiff(const T* s1, int s1Step, const T* s2, int s2Step, T* dst, int dstStep, KvpiSize roi) {
+  if (KvpStatus st = checkPlanes(roi, {plane(s1, s1Step), plane(s2, s2Step), plane(dst, dstStep)})) return st;
+  forRowBands(roi.height, threadedArea(roi), [&](int y0, int rows, int) {
+    for (int y = y0; y < y0 + rows; ++y)
+      absDiffRow(rowAt(s1, s1Step, y), rowAt(s2, s2Step, y), rowAt(dst, dstStep, y), roi.width);
+  });
+  return kvpStsOk;
+}
+
+template <class T, class V>
+KvpStatus absDiffC(const T* src, int srcStep, T* dst, int dstStep, KvpiSize roi, V value) {
+  if (KvpStatus st = checkPlanes(roi, {plane(src, srcStep), plane(dst, dstStep)})) return st;
+  T v;
+  if constexpr (std::is_floating_point_v<T>) {
+    v = value;
+  } else {
+    constexpr V hi = (V)std::numeric_limits<T>::max();
+    v = (T)(value < 0 ? 0 : (value > hi ? hi : value));
+  }
+  forRowBands(roi.height, threadedArea(roi), [&](int y0, int rows, int) {
+    for (int y = y0; y < y0 + rows; ++y)
+      absDiffCRow(rowAt(src, srcStep, y), v, rowAt(dst, dstStep, y), roi.width);
+  });
+  return kvpStsOk;
+}
+
+}  // namespace
+}  // namespace kvp::arith
+
+using namespace kvp::arith;
+
+// ---- exported bodies ---------------------------------------------------------
+
+#define KVP_ACC_ONE_SOURCE(OP, NAME, TS, T)                                                       \
+  KvpStatus KVP_BODY(kvpi##OP##_##TS##_C1IR)(const T* pSrc, int srcStep, Kvp32f* pSrcDst,         \
+                                             int srcDstStep, KvpiSize roiSize) {                  \
+    return accumulate<false, false>(pSrc, srcStep, (const T*)nullptr, 0, nullptr, 0, pSrcDst, srcDstStep, \
+                             roiSize, NAME{});                                                    \
+  }
+#define KVP_ACC_ONE_SOURCE_M(OP, NAME, TS, T)                                                     \
+  KvpStatus KVP_BODY(kvpi##OP##_##TS##_C1IMR)(const T* pSrc, int srcStep, const Kvp8u* pMask,     \
+                                              int maskStep, Kvp32f* pSrcDst, int srcDstStep,      \
+                                              KvpiSize roiSize) {                                 \
+    return accumulate<true, false>(pSrc, srcStep, (const T*)nullptr, 0, pMask, maskStep, pSrcDst,         \
+                            srcDstStep, roiSize, NAME{});                                         \
+  }
+
+KVP_ACC_ONE_SOURCE(Add, OpAdd, 8u32f, Kvp8u)
+KVP_ACC_ONE_SOURCE(Add, OpAdd, 8s32f, Kvp8s)
+KVP_ACC_ONE_SOURCE(Add, OpAdd, 16u32f, Kvp16u)
+KVP_ACC_ONE_SOURCE_M(Add, OpAdd, 8u32f, Kvp8u)
+KVP_ACC_ONE_SOURCE_M(Add, OpAdd, 8s32f, Kvp8s)
+KVP_ACC_ONE_SOURCE_M(Add, OpAdd, 16u32f, Kvp16u)
+KVP_ACC_ONE_SOURCE_M(Add, OpAdd, 32f, Kvp32f)
+
+KVP_ACC_ONE_SOURCE(AddSquare, OpSquare, 8u32f, Kvp8u)
+KVP_ACC_ONE_SOURCE(AddSquare, OpSquare, 8s32f, Kvp8s)
+KVP_ACC_ONE_SOURCE(AddSquare, OpSquare, 16u32f, Kvp16u)
+KVP_ACC_ONE_SOURCE(AddSquare, OpSquare, 32f, Kvp32f)
+KVP_ACC_ONE_SOURCE_M(AddSquare, OpSquare, 8u32f, Kvp8u)
+KVP_ACC_ONE_SOURCE_M(AddSquare, OpSquare, 8s32f, Kvp8s)
+KVP_ACC_ONE_SOURCE_M(AddSquare, OpSquare, 16u32f, Kvp16u)
+KVP_ACC_ONE_SOURCE_M(AddSquare, OpSquare, 32f, Kvp32f)
+
+#define KVP_ACC_PRODUCT(TS, T, CACHE)                                                             \
+  KvpStatus KVP_BODY(kvpiAddProduct_##TS##_C1IR)(const T* pSrc1, int src1Step, const T* pSrc2,    \
+                                                 int src2Step, Kvp32f* pSrcDst, int srcDstStep,   \
+                                                 KvpiSize roiSize) {                              \
+    return accumulate<false, true>(pSrc1, src1Step, pSrc2, src2Step, nullptr, 0, pSrcDst, srcDstStep,   \
+                             roiSize, OpProduct{});                                               \
+  }                                                                                               \
+  KvpStatus KVP_BODY(kvpiAddProduct_##TS##_C1IMR)(                                                \
+      const T* pSrc1, int src1Step, const T* pSrc2, int src2Step, const Kvp8u* pMask,             \
+      int maskStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize) {                          \
+    KvpStatus st = accumulate<true, true>(pSrc1, src1Step, pSrc2, src2Step, pMask, maskStep, pSrcDst,   \
+                                    srcDstStep, roiSize, OpProduct{});                            \
+    if (CACHE && st == kvpStsOk) touchCacheSize();                                                \
+    return st;                                                                                    \
+  }
+
+KVP_ACC_PRODUCT(8u32f, Kvp8u, true)
+KVP_ACC_PRODUCT(8s32f, Kvp8s, false)
+KVP_ACC_PRODUCT(16u32f, Kvp16u, false)
+KVP_ACC_PRODUCT(32f, Kvp32f, true)
+
+#define KVP_ACC_WEIGHTED(TS, T, CACHE)                                                            \
+  KvpStatus KVP_BODY(kvpiAddWeighted_##TS##_C1IR)(const T* pSrc, int srcStep, Kvp32f* pSrcDst,    \
+                                                  int srcDstStep, KvpiSize roiSize,               \
+                                                  Kvp32f alpha) {                                 \
+    return accumulate<false, false>(pSrc, srcStep, (const T*)nullptr, 0, nullptr, 0, pSrcDst,            \
+                             srcDstStep, roiSize, OpWeighted{alpha});                             \
+  }                                                                                               \
+  KvpStatus KVP_BODY(kvpiAddWeighted_##TS##_C1IMR)(const T* pSrc, int srcStep,                    \
+                                                   const Kvp8u* pMask, int maskStep,              \
+                                                   Kvp32f* pSrcDst, int srcDstStep,               \
+                                                   KvpiSize roiSize, Kvp32f alpha) {              \
+    KvpStatus st = accumulate<true, false>(pSrc, srcStep, (const T*)nullptr, 0, pMask, maskStep,         \
+                                    pSrcDst, srcDstStep, roiSize, OpWeighted{alpha});             \
+    if (CACHE && st == kvpStsOk) touchCacheSize();                                                \
+    return st;                                                                                    \
+  }
+
+KVP_ACC_WEIGHTED(8u32f, Kvp8u, false)
+KVP_ACC_WEIGHTED(8s32f, Kvp8s, true)
+KVP_ACC_WEIGHTED(16u32f, Kvp16u, false)
+KVP_ACC_WEIGHTED(32f, Kvp32f, true)
+
+KvpStatus KVP_BODY(kvpiAddWeighted_32f_C1R)(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2,
+                                            int src2Step, Kvp32f* pDst, int dstStep, KvpiSize roiSize,
+                                            Kvp32f alpha) {
+  using namespace kvp;
+  if (KvpStatus st = checkPlanes(roiSize, {plane(pSrc1, src1Step), plane(pSrc2, src2Step), plane(pDst, dstStep)}))
+    return st;
+  // Never threaded.
+  for (int y = 0; y < roiSize.height; ++y) {
+    const float* a = rowAt(pSrc1, src1Step, y);
+    const float* b = rowAt(pSrc2, src2Step, y);
+    float* d = rowAt(pDst, dstStep, y);
+#pragma omp simd
+    for (int x = 0; x < roiSize.width; ++x) d[x] = (a[x] - b[x]) * alpha + b[x];
+  }
+  return kvpStsOk;
+}
+
+KvpStatus KVP_BODY(kvpiAbsDiff_8u_C1R)(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step,
+                                       Kvp8u* pDst, int dstStep, KvpiSize roiSize) {
+  return absDiff(pSrc1, src1Step, pSrc2, src2Step, pDst, dstStep, roiSize);
+}
+KvpStatus KVP_BODY(kvpiAbsDiff_8u_C3R)(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step,
+                                       Kvp8u* pDst, int dstStep, KvpiSize roiSize) {
+  // The one-channel operation on rows three times as wide, checks included.
+  // The tripled width is formed as the one-channel call sees it (32-bit).
+  const KvpiSize wide{(int)((unsigned)roiSize.width * 3u), roiSize.height};
+  return absDiff(pSrc1, src1Step, pSrc2, src2Step, pDst, dstStep, wide);
+}
+KvpStatus KVP_BODY(kvpiAbsDiff_16u_C1R)(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2,
+                                        int src2Step, Kvp16u* pDst, int dstStep, KvpiSize roiSize) {
+  return absDiff(pSrc1, src1Step, pSrc2, src2Step, pDst, dstStep, roiSize);
+}
+KvpStatus KVP_BODY(kvpiAbsDiff_32f_C1R)(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2,
+                                        int src2Step, Kvp32f* pDst, int dstStep, KvpiSize roiSize) {
+  return absDiff(pSrc1, src1Step, pSrc2, src2Step, pDst, dstStep, roiSize);
+}
+KvpStatus KVP_BODY(kvpiAbsDiffC_8u_C1R)(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep,
+                                        KvpiSize roiSize, int value) {
+  return absDiffC(pSrc, srcStep, pDst, dstStep, roiSize, value);
+}
+KvpStatus KVP_BODY(kvpiAbsDiffC_16u_C1R)(const Kvp16u* pSrc, int srcStep, Kvp16u* pDst, int dstStep,
+                                         KvpiSize roiSize, int value) {
+  return absDiffC(pSrc, srcStep, pDst, dstStep, roiSize, value);
+}
+KvpStatus KVP_BODY(kvpiAbsDiffC_32f_C1R)(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep,
+                                         KvpiSize roiSize, Kvp32f value) {
+  return absDiffC(pSrc, srcStep, pDst, dstStep, roiSize, value);
+}
