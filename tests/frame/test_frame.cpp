@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
-#include <regex>
+#include <cctype>
 #include <set>
 #include <sstream>
 #include <string>
@@ -19,10 +19,15 @@ std::set<std::string> declaredFunctions() {
   std::stringstream ss;
   ss << in.rdbuf();
   const std::string text = ss.str();
+  // Each "KVP_API <return type> name(" declares one function.
   std::set<std::string> names;
-  const std::regex decl(R"(KVP_API[^;(]*[ *](kvp[A-Za-z0-9_]+)\()");
-  for (auto it = std::sregex_iterator(text.begin(), text.end(), decl); it != std::sregex_iterator(); ++it)
-    names.insert((*it)[1]);
+  for (size_t at = text.find("KVP_API "); at != std::string::npos; at = text.find("KVP_API ", at + 1)) {
+    const size_t paren = text.find('(', at);
+    size_t begin = paren;
+    while (begin > at && (std::isalnum((unsigned char)text[begin - 1]) || text[begin - 1] == '_')) --begin;
+    const std::string name = text.substr(begin, paren - begin);
+    if (name.rfind("kvp", 0) == 0) names.insert(name);
+  }
   return names;
 }
 
