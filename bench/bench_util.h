@@ -2,6 +2,7 @@
 // {width, height, threads}; kvpBenchArgs() registers the standard matrix:
 // 1920x1080 and 3840x2160, 1 and 2 threads. OpenCV peers are compiled only
 // where KVP_HAVE_OPENCV is defined and run with cv::setNumThreads(threads).
+// main() comes from benchmark_main: bench files must not define one.
 #pragma once
 
 #include <benchmark/benchmark.h>

@@ -5,6 +5,7 @@
 // threshold and the row bands. All arithmetic is single precision in the
 // order written (a + s, a + s*s, a + s1*s2, (s - a)*alpha + a); the build
 // keeps multiply and add separate.
+#include <bit>
 #include <cmath>
 #include <limits>
 #include <type_traits>
@@ -40,10 +41,14 @@ struct OpWeighted {
 template <bool Masked, class S, class Op>
 void accRow(const S* s1, const S* s2, const Kvp8u* m, float* acc, int w, Op op) {
   if constexpr (Masked) {
+    // Bitwise select, so the loop has no branch and a masked-out pixel
+    // keeps its exact bits (NaN payloads included).
 #pragma omp simd
     for (int x = 0; x < w; ++x) {
-      const float r = op(acc[x], (float)s1[x], (float)s2[x]);
-      acc[x] = m[x] ? r : acc[x];
+      const Kvp32u keep = (Kvp32u)(m[x] != 0) - 1u;  // all ones where the mask is 0
+      const Kvp32u a = std::bit_cast<Kvp32u>(acc[x]);
+      const Kvp32u r = std::bit_cast<Kvp32u>(op(acc[x], (float)s1[x], (float)s2[x]));
+      acc[x] = std::bit_cast<float>((a & keep) | (r & ~keep));
     }
   } else {
 #pragma omp simd
