@@ -14,6 +14,11 @@
 #include "frame/checks.h"
 #include "frame/parallel.h"
 
+#if KVP_HAVE_HWY
+#include <hwy/highway.h>
+namespace hn = hwy::HWY_NAMESPACE;
+#endif
+
 namespace kvp::arith {
 namespace {
 
@@ -23,37 +28,139 @@ bool threadedArea(KvpiSize roi) { return (long long)roi.width * roi.height >= kT
 
 // ---- accumulation ----------------------------------------------------------
 
+// Each operation is written once for scalars and for vectors (the vector
+// types have the same operators), so the vector body and the scalar tail
+// round identically.
 struct OpAdd {
-  float operator()(float a, float s, float) const { return a + s; }
+  template <class V>
+  V operator()(V a, V s, V) const { return a + s; }
 };
 struct OpSquare {
-  float operator()(float a, float s, float) const { return a + s * s; }
+  template <class V>
+  V operator()(V a, V s, V) const { return a + s * s; }
 };
 struct OpProduct {
-  float operator()(float a, float s1, float s2) const { return a + s1 * s2; }
+  template <class V>
+  V operator()(V a, V s1, V s2) const { return a + s1 * s2; }
 };
 struct OpWeighted {
   float alpha;
   float operator()(float a, float s, float) const { return (s - a) * alpha + a; }
+#if KVP_HAVE_HWY
+  template <class V>
+  V operator()(V a, V s, V) const { return (s - a) * hn::Set(hn::DFromV<V>(), alpha) + a; }
+#endif
 };
 
-// One row: acc[x] = op(acc[x], s1[x], s2[x]) where the mask allows.
+#if KVP_HAVE_HWY
+using DF = hn::ScalableTag<float>;
+
+// Loads Lanes(DF) source elements widened exactly to float.
+template <class S>
+HWY_INLINE hn::Vec<DF> loadAsFloat(const S* p) {
+  const DF df;
+  if constexpr (std::is_same_v<S, float>) {
+    return hn::LoadU(df, p);
+  } else {
+    const hn::Rebind<int32_t, DF> di;
+    const hn::Rebind<S, DF> ds;
+    return hn::ConvertTo(df, hn::PromoteTo(di, hn::LoadU(ds, p)));
+  }
+}
+
+// Lanes(DF) mask bytes as a float-lane mask (true where non-zero).
+HWY_INLINE hn::Mask<DF> loadMask(const Kvp8u* p) {
+  const DF df;
+  const hn::Rebind<int32_t, DF> di;
+  const hn::Rebind<Kvp8u, DF> d8;
+  return hn::RebindMask(df, hn::Ne(hn::PromoteTo(di, hn::LoadU(d8, p)), hn::Zero(di)));
+}
+#endif
+
+#if KVP_HAVE_HWY && (HWY_TARGET == HWY_SSSE3 || HWY_TARGET == HWY_SSE4)
+// On 128-bit targets an 8-bit source is widened sixteen pixels at a time:
+// one byte load, then one byte shuffle per group of four pixels (cheaper
+// than two unpack steps per group).
+constexpr bool kByteShuffleRows = true;
+using D8 = hn::Full128<uint8_t>;
+
+template <int Group>
+HWY_INLINE hn::Vec<DF> bytesToFloat(hn::Vec<D8> bytes, bool isSigned) {
+  const D8 d8;
+  const hn::Repartition<int32_t, D8> di;
+  // Byte 4*Group+i goes to the low byte of lane i; the other bytes are zero
+  // (index 0x80) or, for signed bytes, copies of the byte that are then
+  // arithmetic-shifted down.
+  alignas(16) static constexpr uint8_t kZero[16] = {
+      4 * Group + 0, 0x80, 0x80, 0x80, 4 * Group + 1, 0x80, 0x80, 0x80,
+      4 * Group + 2, 0x80, 0x80, 0x80, 4 * Group + 3, 0x80, 0x80, 0x80};
+  alignas(16) static constexpr uint8_t kHigh[16] = {
+      0x80, 0x80, 0x80, 4 * Group + 0, 0x80, 0x80, 0x80, 4 * Group + 1,
+      0x80, 0x80, 0x80, 4 * Group + 2, 0x80, 0x80, 0x80, 4 * Group + 3};
+  if (isSigned)
+    return hn::ConvertTo(DF(), hn::ShiftRight<24>(hn::BitCast(di, hn::TableLookupBytesOr0(bytes, hn::Load(d8, kHigh)))));
+  return hn::ConvertTo(DF(), hn::BitCast(di, hn::TableLookupBytesOr0(bytes, hn::Load(d8, kZero))));
+}
+
+// Four pixels' mask bytes as a float-lane mask.
+template <int Group>
+HWY_INLINE hn::Mask<DF> maskGroup(hn::Vec<D8> nonZero) {
+  const D8 d8;
+  alignas(16) static constexpr uint8_t kSpread[16] = {
+      4 * Group + 0, 4 * Group + 0, 4 * Group + 0, 4 * Group + 0, 4 * Group + 1, 4 * Group + 1,
+      4 * Group + 1, 4 * Group + 1, 4 * Group + 2, 4 * Group + 2, 4 * Group + 2, 4 * Group + 2,
+      4 * Group + 3, 4 * Group + 3, 4 * Group + 3, 4 * Group + 3};
+  return hn::MaskFromVec(hn::BitCast(DF(), hn::TableLookupBytes(nonZero, hn::Load(d8, kSpread))));
+}
+#else
+constexpr bool kByteShuffleRows = false;
+#endif
+
+// One row: acc[x] = op(acc[x], s1[x], s2[x]) where the mask allows; a
+// masked-out pixel keeps its exact bits.
 template <bool Masked, class S, class Op>
 void accRow(const S* s1, const S* s2, const Kvp8u* m, float* acc, int w, Op op) {
-  if constexpr (Masked) {
-    // Bitwise select, so the loop has no branch and a masked-out pixel
-    // keeps its exact bits (NaN payloads included).
-#pragma omp simd
-    for (int x = 0; x < w; ++x) {
-      const Kvp32u keep = (Kvp32u)(m[x] != 0) - 1u;  // all ones where the mask is 0
-      const Kvp32u a = std::bit_cast<Kvp32u>(acc[x]);
-      const Kvp32u r = std::bit_cast<Kvp32u>(op(acc[x], (float)s1[x], (float)s2[x]));
-      acc[x] = std::bit_cast<float>((a & keep) | (r & ~keep));
+  int x = 0;
+#if KVP_HAVE_HWY
+  const DF df;
+  if constexpr (kByteShuffleRows && sizeof(S) == 1) {
+#if HWY_TARGET == HWY_SSSE3 || HWY_TARGET == HWY_SSE4
+    const D8 d8;
+    constexpr bool isSigned = std::is_signed_v<S>;
+    const auto group = [&](auto g, hn::Vec<D8> b1, hn::Vec<D8> b2, hn::Vec<D8> nz, int at) {
+      constexpr int G = decltype(g)::value;
+      const auto a = hn::LoadU(df, acc + at + 4 * G);
+      const auto r = op(a, bytesToFloat<G>(b1, isSigned), bytesToFloat<G>(b2, isSigned));
+      if constexpr (Masked)
+        hn::StoreU(hn::IfThenElse(maskGroup<G>(nz), r, a), df, acc + at + 4 * G);
+      else
+        hn::StoreU(r, df, acc + at + 4 * G);
+    };
+    for (; x + 16 <= w; x += 16) {
+      const auto b1 = hn::LoadU(d8, reinterpret_cast<const uint8_t*>(s1 + x));
+      const auto b2 = hn::LoadU(d8, reinterpret_cast<const uint8_t*>(s2 + x));
+      hn::Vec<D8> nz = hn::Zero(d8);
+      if constexpr (Masked) nz = hn::VecFromMask(d8, hn::Ne(hn::LoadU(d8, m + x), hn::Zero(d8)));
+      group(std::integral_constant<int, 0>{}, b1, b2, nz, x);
+      group(std::integral_constant<int, 1>{}, b1, b2, nz, x);
+      group(std::integral_constant<int, 2>{}, b1, b2, nz, x);
+      group(std::integral_constant<int, 3>{}, b1, b2, nz, x);
     }
+#endif
   } else {
-#pragma omp simd
-    for (int x = 0; x < w; ++x) acc[x] = op(acc[x], (float)s1[x], (float)s2[x]);
+    const int n = (int)hn::Lanes(df);
+    for (; x + n <= w; x += n) {
+      const auto a = hn::LoadU(df, acc + x);
+      const auto r = op(a, loadAsFloat(s1 + x), loadAsFloat(s2 + x));
+      if constexpr (Masked)
+        hn::StoreU(hn::IfThenElse(loadMask(m + x), r, a), df, acc + x);
+      else
+        hn::StoreU(r, df, acc + x);
+    }
   }
+#endif
+  for (; x < w; ++x)
+    if (!Masked || m[x]) acc[x] = op(acc[x], (float)s1[x], (float)s2[x]);
 }
 
 // The family driver. s2 is unused for one-source operations, m when
