@@ -3,7 +3,7 @@
 JOBS ?= $(shell nproc)
 BUILD ?= build
 
-.PHONY: all demo test test-sanitize bench clean
+.PHONY: all demo test test-sanitize test-tsan bench clean
 
 all:
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release
@@ -20,8 +20,16 @@ test-sanitize:
 	cmake --build build-asan -j $(JOBS)
 	cd build-asan && ASAN_OPTIONS=detect_leaks=1 ctest -j $(JOBS) --output-on-failure
 
+# The concurrency test under ThreadSanitizer, built with clang so that the
+# OpenMP runtime's race-detection tool can describe its own synchronisation.
+ARCHER ?= $(firstword $(wildcard /usr/lib/llvm-*/lib/libarcher.so))
+test-tsan:
+	CC=clang CXX=clang++ cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKVP_TSAN=ON -DKVP_BUILD_BENCH=OFF -DKVP_BUILD_EXAMPLES=OFF
+	cmake --build build-tsan -j $(JOBS) --target test_concurrency
+	TSAN_OPTIONS="halt_on_error=1 ignore_noninstrumented_modules=1 suppressions=$(CURDIR)/tests/concurrency/tsan.supp" OMP_TOOL_LIBRARIES=$(ARCHER) build-tsan/bin/test_concurrency
+
 bench: all
 	$(BUILD)/bin/kvpcv_bench --benchmark_counters_tabular=true
 
 clean:
-	rm -rf $(BUILD) build-asan out
+	rm -rf $(BUILD) build-asan build-tsan out

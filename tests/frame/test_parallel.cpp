@@ -1,6 +1,7 @@
 // The row-band splitter and the shared argument checks.
 #include <atomic>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -57,6 +58,29 @@ TEST(Checks, CommonOrder) {
   EXPECT_EQ(kvpStsOk, kvp::checkPlanes(sz, {plane(b, 5), plane(f, 20)}));
   EXPECT_EQ(kvpStsBadStep, kvp::checkPlanes(sz, {plane(f, 40, 3)}));
   EXPECT_EQ(kvpStsOk, kvp::checkPlanes(sz, {plane(f, 48, 3)}));
+}
+
+}  // namespace
+
+namespace {
+
+// A threaded call gets the team it asks for, also from a thread that is not
+// an OpenMP thread; inside an application's parallel region (nesting off)
+// it gets one thread.
+TEST(RowBands, TeamSizeFollowsTheThreadCount) {
+  kvpSetNumThreads(2);
+  EXPECT_EQ(2, kvp::forRowBands(100, true, [](int, int, int) {}));
+  int fromThread = 0;
+  std::thread th([&] { fromThread = kvp::forRowBands(100, true, [](int, int, int) {}); });
+  th.join();
+  EXPECT_EQ(2, fromThread);
+  int nested[2] = {0, 0};
+#pragma omp parallel num_threads(2)
+  nested[omp_get_thread_num()] = kvp::forRowBands(100, true, [](int, int, int) {});
+  if (omp_get_max_active_levels() <= 1) {
+    EXPECT_EQ(1, nested[0]);
+    EXPECT_EQ(1, nested[1]);
+  }
 }
 
 }  // namespace

@@ -1,0 +1,66 @@
+// Many application threads calling the library at once, each on its own
+// data, with the library's own threads on: every result must equal the one
+// computed by a lone single-threaded call. Run under ThreadSanitizer by
+// `make test-tsan`.
+#include <atomic>
+#include <functional>
+#include <thread>
+#include <vector>
+
+#include "harness.h"
+#include "workloads.h"
+
+namespace {
+
+TEST(Concurrency, EveryWorkloadFromManyThreadsMatchesLoneCall) {
+  const auto& all = kvt::workloads();
+  ASSERT_FALSE(all.empty());
+  constexpr int kAppThreads = 4, kRounds = 3;
+
+  // Reference results: one call at a time, one library thread.
+  std::vector<std::vector<uint8_t>> expect(all.size() * kAppThreads);
+  {
+    kvt::Threads one(1);
+    for (size_t w = 0; w < all.size(); ++w)
+      for (int t = 0; t < kAppThreads; ++t) expect[w * kAppThreads + t] = all[w].run((uint64_t)t);
+  }
+
+  kvt::Threads lib(2);
+  std::atomic<int> mismatches{0}, calls{0};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kAppThreads; ++t)
+    threads.emplace_back([&, t] {
+      for (int r = 0; r < kRounds; ++r)
+        for (size_t w = 0; w < all.size(); ++w) {
+          // Rotate the order so different workloads overlap in time.
+          const size_t k = (w + (size_t)t) % all.size();
+          if (all[k].run((uint64_t)t) != expect[k * kAppThreads + t]) ++mismatches;
+          ++calls;
+        }
+    });
+  for (auto& th : threads) th.join();
+  EXPECT_EQ(0, mismatches.load());
+  EXPECT_EQ(kAppThreads * kRounds * (int)all.size(), calls.load());
+}
+
+// A call made from inside an application's own OpenMP parallel region runs
+// its team nested; with nesting off (the runtime default) the inner team
+// has one thread, so the machine is not oversubscribed, and results hold.
+TEST(Concurrency, CallsFromInsideAnApplicationParallelRegion) {
+  const auto& all = kvt::workloads();
+  std::vector<std::vector<uint8_t>> expect(all.size());
+  {
+    kvt::Threads one(1);
+    for (size_t w = 0; w < all.size(); ++w) expect[w] = all[w].run(7);
+  }
+  kvt::Threads lib(2);
+  std::atomic<int> mismatches{0};
+#pragma omp parallel num_threads(2)
+  {
+    for (size_t w = 0; w < all.size(); ++w)
+      if (all[w].run(7) != expect[w]) ++mismatches;
+  }
+  EXPECT_EQ(0, mismatches.load());
+}
+
+}  // namespace
