@@ -3,7 +3,7 @@
 JOBS ?= $(shell nproc)
 BUILD ?= build
 
-.PHONY: all demo test test-sanitize test-tsan bench clean
+.PHONY: all demo test test-sanitize test-tsan test-valgrind bench clean
 
 all:
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release
@@ -27,6 +27,14 @@ test-tsan:
 	CC=clang CXX=clang++ cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKVP_TSAN=ON -DKVP_BUILD_BENCH=OFF -DKVP_BUILD_EXAMPLES=OFF
 	cmake --build build-tsan -j $(JOBS) --target test_concurrency
 	TSAN_OPTIONS="halt_on_error=1 ignore_noninstrumented_modules=1 suppressions=$(CURDIR)/tests/concurrency/tsan.supp" OMP_TOOL_LIBRARIES=$(ARCHER) build-tsan/bin/test_concurrency
+
+# Every test program under valgrind's memcheck, on the small sweep.
+VALGRIND = valgrind -q --error-exitcode=99 --leak-check=full --errors-for-leak-kinds=definite --show-possibly-lost=no
+test-valgrind: all
+	@set -e; for t in $(BUILD)/bin/test_*; do \
+	  case $$t in *test_c_api) continue;; esac; \
+	  echo "valgrind $$t"; KVT_SMALL=1 OMP_NUM_THREADS=2 $(VALGRIND) $$t --gtest_brief=1 > /dev/null; \
+	done; echo "valgrind: clean"
 
 bench: all
 	$(BUILD)/bin/kvpcv_bench --benchmark_counters_tabular=true
