@@ -3,7 +3,7 @@
 JOBS ?= $(shell nproc)
 BUILD ?= build
 
-.PHONY: all demo test test-sanitize test-tsan test-valgrind bench clean
+.PHONY: all demo test test-native test-sanitize test-tsan test-valgrind bench clean
 
 all:
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release
@@ -14,6 +14,13 @@ demo: all
 
 test: all
 	cd $(BUILD) && ctest -j $(JOBS) --output-on-failure
+
+# The suite again with kernels built for this machine's processor: the same
+# references must hold bit for bit.
+test-native:
+	cmake -S . -B build-native -DCMAKE_BUILD_TYPE=Release -DKVP_NATIVE=ON -DKVP_BUILD_BENCH=OFF -DKVP_BUILD_EXAMPLES=OFF
+	cmake --build build-native -j $(JOBS)
+	cd build-native && ctest -j $(JOBS) --output-on-failure
 
 test-sanitize:
 	cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKVP_SANITIZE=ON -DKVP_BUILD_BENCH=OFF -DKVP_BUILD_EXAMPLES=OFF
@@ -40,4 +47,4 @@ bench: all
 	$(BUILD)/bin/kvpcv_bench --benchmark_counters_tabular=true
 
 clean:
-	rm -rf $(BUILD) build-asan build-tsan out
+	rm -rf $(BUILD) build-asan build-tsan build-native out
