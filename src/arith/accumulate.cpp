@@ -209,16 +209,34 @@ inline T absDiff1(T a, T b) {
     return a > b ? T(a - b) : T(b - a);
 }
 
-template <class T>
-void absDiffRow(const T* a, const T* b, T* d, int w) {
-#pragma omp simd
-  for (int x = 0; x < w; ++x) d[x] = absDiff1(a[x], b[x]);
+#if KVP_HAVE_HWY
+// |a - b| of whole vectors: saturating differences both ways for unsigned
+// integers (exact), the absolute value of the difference for floats.
+template <class V>
+HWY_INLINE V absDiffVec(V a, V b) {
+  if constexpr (hwy::IsFloat<hn::TFromV<V>>())
+    return hn::Abs(hn::Sub(a, b));
+  else
+    return hn::Or(hn::SaturatedSub(a, b), hn::SaturatedSub(b, a));
 }
+#endif
 
+// One row of |a[x] - b[x]|, or |a[x] - v| when b is null.
 template <class T>
-void absDiffCRow(const T* a, T v, T* d, int w) {
-#pragma omp simd
-  for (int x = 0; x < w; ++x) d[x] = absDiff1(a[x], v);
+void absDiffRow(const T* a, const T* b, T v, T* d, int w) {
+  int x = 0;
+#if KVP_HAVE_HWY
+  const hn::ScalableTag<T> dt;
+  const int n = (int)hn::Lanes(dt);
+  const auto vv = hn::Set(dt, v);
+  for (; x + 2 * n <= w; x += 2 * n) {
+    const auto b0 = b ? hn::LoadU(dt, b + x) : vv;
+    const auto b1 = b ? hn::LoadU(dt, b + x + n) : vv;
+    hn::StoreU(absDiffVec(hn::LoadU(dt, a + x), b0), dt, d + x);
+    hn::StoreU(absDiffVec(hn::LoadU(dt, a + x + n), b1), dt, d + x + n);
+  }
+#endif
+  for (; x < w; ++x) d[x] = absDiff1(a[x], b ? b[x] : v);
 }
 
 template <class T>
@@ -226,7 +244,7 @@ KvpStatus absDiff(const T* s1, int s1Step, const T* s2, int s2Step, T* dst, int 
   if (KvpStatus st = checkPlanes(roi, {plane(s1, s1Step), plane(s2, s2Step), plane(dst, dstStep)})) return st;
   forRowBands(roi.height, threadedArea(roi), [&](int y0, int rows, int) {
     for (int y = y0; y < y0 + rows; ++y)
-      absDiffRow(rowAt(s1, s1Step, y), rowAt(s2, s2Step, y), rowAt(dst, dstStep, y), roi.width);
+      absDiffRow(rowAt(s1, s1Step, y), rowAt(s2, s2Step, y), T(0), rowAt(dst, dstStep, y), roi.width);
   });
   return kvpStsOk;
 }
@@ -243,7 +261,7 @@ KvpStatus absDiffC(const T* src, int srcStep, T* dst, int dstStep, KvpiSize roi,
   }
   forRowBands(roi.height, threadedArea(roi), [&](int y0, int rows, int) {
     for (int y = y0; y < y0 + rows; ++y)
-      absDiffCRow(rowAt(src, srcStep, y), v, rowAt(dst, dstStep, y), roi.width);
+      absDiffRow(rowAt(src, srcStep, y), (const T*)nullptr, v, rowAt(dst, dstStep, y), roi.width);
   });
   return kvpStsOk;
 }
