@@ -139,6 +139,108 @@ KVP_API KvpStatus kvpiAbsDiffC_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* 
  * Flood fill
  * ====================================================================== */
 
+/** Region record of a flood fill: repainted area, new value, bounding box (ROI coordinates). */
+typedef struct {
+  Kvp64f area;
+  Kvp64f value[3];
+  KvpiRect rect;
+} KvpiConnectedComp;
+
+/** Bytes of work buffer for the exact and fixed-range fills of roiSize. */
+KVP_API KvpStatus kvpiFloodFillGetSize(KvpiSize roiSize, int* pBufferSize);
+/** Bytes of work buffer (visited mask and segment list) for the floating-range fills of roiSize. */
+KVP_API KvpStatus kvpiFloodFillGetSize_Grad(KvpiSize roiSize, int* pBufferSize);
+
+/** 4-connected fill of the pixels equal to the seed, one channel. */
+KVP_API KvpStatus kvpiFloodFill_4Con_8u_C1IR(Kvp8u* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, Kvp8u newVal, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+/** 4-connected fill of the pixels equal to the seed, three channels. */
+KVP_API KvpStatus kvpiFloodFill_4Con_8u_C3IR(Kvp8u* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, const Kvp8u* pNewVal, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+
+/** 4-connected fill of the pixels equal to the seed, one channel. */
+KVP_API KvpStatus kvpiFloodFill_4Con_16u_C1IR(Kvp16u* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, Kvp16u newVal, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+/** 4-connected fill of the pixels equal to the seed, three channels. */
+KVP_API KvpStatus kvpiFloodFill_4Con_16u_C3IR(Kvp16u* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, const Kvp16u* pNewVal, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+
+/** 4-connected fill of the pixels equal to the seed, one channel. */
+KVP_API KvpStatus kvpiFloodFill_4Con_32f_C1IR(Kvp32f* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, Kvp32f newVal, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+/** 4-connected fill of the pixels equal to the seed, three channels. */
+KVP_API KvpStatus kvpiFloodFill_4Con_32f_C3IR(Kvp32f* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, const Kvp32f* pNewVal, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+
+/** 8-connected fill of the pixels equal to the seed, one channel. */
+KVP_API KvpStatus kvpiFloodFill_8Con_8u_C1IR(Kvp8u* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, Kvp8u newVal, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+/** 8-connected fill of the pixels equal to the seed, three channels. */
+KVP_API KvpStatus kvpiFloodFill_8Con_8u_C3IR(Kvp8u* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, const Kvp8u* pNewVal, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+
+/** 8-connected fill of the pixels equal to the seed, one channel. */
+KVP_API KvpStatus kvpiFloodFill_8Con_16u_C1IR(Kvp16u* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, Kvp16u newVal, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+/** 8-connected fill of the pixels equal to the seed, three channels. */
+KVP_API KvpStatus kvpiFloodFill_8Con_16u_C3IR(Kvp16u* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, const Kvp16u* pNewVal, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+
+/** 8-connected fill of the pixels equal to the seed, one channel. */
+KVP_API KvpStatus kvpiFloodFill_8Con_32f_C1IR(Kvp32f* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, Kvp32f newVal, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+/** 8-connected fill of the pixels equal to the seed, three channels. */
+KVP_API KvpStatus kvpiFloodFill_8Con_32f_C3IR(Kvp32f* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, const Kvp32f* pNewVal, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+
+/** 4-connected fill of the pixels within the seed's fixed range, one channel. */
+KVP_API KvpStatus kvpiFloodFill_Range4Con_8u_C1IR(Kvp8u* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, Kvp8u newVal, Kvp8u minDelta, Kvp8u maxDelta, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+/** 4-connected fill of the pixels within the seed's fixed range, three channels. */
+KVP_API KvpStatus kvpiFloodFill_Range4Con_8u_C3IR(Kvp8u* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, const Kvp8u* pNewVal, const Kvp8u* pMinDelta, const Kvp8u* pMaxDelta, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+
+/** 4-connected fill of the pixels within the seed's fixed range, one channel. */
+KVP_API KvpStatus kvpiFloodFill_Range4Con_16u_C1IR(Kvp16u* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, Kvp16u newVal, Kvp16u minDelta, Kvp16u maxDelta, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+/** 4-connected fill of the pixels within the seed's fixed range, three channels. */
+KVP_API KvpStatus kvpiFloodFill_Range4Con_16u_C3IR(Kvp16u* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, const Kvp16u* pNewVal, const Kvp16u* pMinDelta, const Kvp16u* pMaxDelta, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+
+/** 4-connected fill of the pixels within the seed's fixed range, one channel. */
+KVP_API KvpStatus kvpiFloodFill_Range4Con_32f_C1IR(Kvp32f* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, Kvp32f newVal, Kvp32f minDelta, Kvp32f maxDelta, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+/** 4-connected fill of the pixels within the seed's fixed range, three channels. */
+KVP_API KvpStatus kvpiFloodFill_Range4Con_32f_C3IR(Kvp32f* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, const Kvp32f* pNewVal, const Kvp32f* pMinDelta, const Kvp32f* pMaxDelta, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+
+/** 8-connected fill of the pixels within the seed's fixed range, one channel. */
+KVP_API KvpStatus kvpiFloodFill_Range8Con_8u_C1IR(Kvp8u* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, Kvp8u newVal, Kvp8u minDelta, Kvp8u maxDelta, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+/** 8-connected fill of the pixels within the seed's fixed range, three channels. */
+KVP_API KvpStatus kvpiFloodFill_Range8Con_8u_C3IR(Kvp8u* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, const Kvp8u* pNewVal, const Kvp8u* pMinDelta, const Kvp8u* pMaxDelta, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+
+/** 8-connected fill of the pixels within the seed's fixed range, one channel. */
+KVP_API KvpStatus kvpiFloodFill_Range8Con_16u_C1IR(Kvp16u* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, Kvp16u newVal, Kvp16u minDelta, Kvp16u maxDelta, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+/** 8-connected fill of the pixels within the seed's fixed range, three channels. */
+KVP_API KvpStatus kvpiFloodFill_Range8Con_16u_C3IR(Kvp16u* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, const Kvp16u* pNewVal, const Kvp16u* pMinDelta, const Kvp16u* pMaxDelta, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+
+/** 8-connected fill of the pixels within the seed's fixed range, one channel. */
+KVP_API KvpStatus kvpiFloodFill_Range8Con_32f_C1IR(Kvp32f* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, Kvp32f newVal, Kvp32f minDelta, Kvp32f maxDelta, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+/** 8-connected fill of the pixels within the seed's fixed range, three channels. */
+KVP_API KvpStatus kvpiFloodFill_Range8Con_32f_C3IR(Kvp32f* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, const Kvp32f* pNewVal, const Kvp32f* pMinDelta, const Kvp32f* pMaxDelta, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+
+/** 4-connected fill of the pixels within range of a joined neighbour, one channel. */
+KVP_API KvpStatus kvpiFloodFill_Grad4Con_8u_C1IR(Kvp8u* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, Kvp8u newVal, Kvp8u minDelta, Kvp8u maxDelta, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+/** 4-connected fill of the pixels within range of a joined neighbour, three channels. */
+KVP_API KvpStatus kvpiFloodFill_Grad4Con_8u_C3IR(Kvp8u* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, const Kvp8u* pNewVal, const Kvp8u* pMinDelta, const Kvp8u* pMaxDelta, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+
+/** 4-connected fill of the pixels within range of a joined neighbour, one channel. */
+KVP_API KvpStatus kvpiFloodFill_Grad4Con_16u_C1IR(Kvp16u* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, Kvp16u newVal, Kvp16u minDelta, Kvp16u maxDelta, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+/** 4-connected fill of the pixels within range of a joined neighbour, three channels. */
+KVP_API KvpStatus kvpiFloodFill_Grad4Con_16u_C3IR(Kvp16u* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, const Kvp16u* pNewVal, const Kvp16u* pMinDelta, const Kvp16u* pMaxDelta, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+
+/** 4-connected fill of the pixels within range of a joined neighbour, one channel. */
+KVP_API KvpStatus kvpiFloodFill_Grad4Con_32f_C1IR(Kvp32f* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, Kvp32f newVal, Kvp32f minDelta, Kvp32f maxDelta, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+/** 4-connected fill of the pixels within range of a joined neighbour, three channels. */
+KVP_API KvpStatus kvpiFloodFill_Grad4Con_32f_C3IR(Kvp32f* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, const Kvp32f* pNewVal, const Kvp32f* pMinDelta, const Kvp32f* pMaxDelta, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+
+/** 8-connected fill of the pixels within range of a joined neighbour, one channel. */
+KVP_API KvpStatus kvpiFloodFill_Grad8Con_8u_C1IR(Kvp8u* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, Kvp8u newVal, Kvp8u minDelta, Kvp8u maxDelta, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+/** 8-connected fill of the pixels within range of a joined neighbour, three channels. */
+KVP_API KvpStatus kvpiFloodFill_Grad8Con_8u_C3IR(Kvp8u* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, const Kvp8u* pNewVal, const Kvp8u* pMinDelta, const Kvp8u* pMaxDelta, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+
+/** 8-connected fill of the pixels within range of a joined neighbour, one channel. */
+KVP_API KvpStatus kvpiFloodFill_Grad8Con_16u_C1IR(Kvp16u* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, Kvp16u newVal, Kvp16u minDelta, Kvp16u maxDelta, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+/** 8-connected fill of the pixels within range of a joined neighbour, three channels. */
+KVP_API KvpStatus kvpiFloodFill_Grad8Con_16u_C3IR(Kvp16u* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, const Kvp16u* pNewVal, const Kvp16u* pMinDelta, const Kvp16u* pMaxDelta, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+
+/** 8-connected fill of the pixels within range of a joined neighbour, one channel. */
+KVP_API KvpStatus kvpiFloodFill_Grad8Con_32f_C1IR(Kvp32f* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, Kvp32f newVal, Kvp32f minDelta, Kvp32f maxDelta, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+/** 8-connected fill of the pixels within range of a joined neighbour, three channels. */
+KVP_API KvpStatus kvpiFloodFill_Grad8Con_32f_C3IR(Kvp32f* pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, const Kvp32f* pNewVal, const Kvp32f* pMinDelta, const Kvp32f* pMaxDelta, KvpiConnectedComp* pRegion, Kvp8u* pBuffer);
+
 /* ======================================================================
  * Distance transforms
  * ====================================================================== */
