@@ -253,6 +253,14 @@ KVP_API KvpStatus kvpiFloodFill_Grad8Con_32f_C3IR(Kvp32f* pImage, int imageStep,
  * Motion history
  * ====================================================================== */
 
+/** Motion history update: moving (non-zero) silhouette pixels get timestamp,
+ *  history values below timestamp - mhiDuration become 0, others are kept. */
+KVP_API KvpStatus kvpiUpdateMotionHistory_8u32f_C1IR(const Kvp8u* pSilhouette, int silhStep, Kvp32f* pMHI, int mhiStep, KvpiSize roiSize, Kvp32f timestamp, Kvp32f mhiDuration);
+/** Motion history update with a 16-bit silhouette. */
+KVP_API KvpStatus kvpiUpdateMotionHistory_16u32f_C1IR(const Kvp16u* pSilhouette, int silhStep, Kvp32f* pMHI, int mhiStep, KvpiSize roiSize, Kvp32f timestamp, Kvp32f mhiDuration);
+/** Motion history update with a float silhouette (-0.0 is not motion, NaN is). */
+KVP_API KvpStatus kvpiUpdateMotionHistory_32f_C1IR(const Kvp32f* pSilhouette, int silhStep, Kvp32f* pMHI, int mhiStep, KvpiSize roiSize, Kvp32f timestamp, Kvp32f mhiDuration);
+
 /* ======================================================================
  * Hough lines
  * ====================================================================== */

@@ -13,11 +13,8 @@
 #include "frame/bodies.h"
 #include "frame/checks.h"
 #include "frame/parallel.h"
+#include "frame/simd.h"
 
-#if KVP_HAVE_HWY
-#include <hwy/highway.h>
-namespace hn = hwy::HWY_NAMESPACE;
-#endif
 
 namespace kvp::arith {
 namespace {
@@ -53,8 +50,6 @@ struct OpWeighted {
 };
 
 #if KVP_HAVE_HWY
-using DF = hn::ScalableTag<float>;
-
 // Loads Lanes(DF) source elements widened exactly to float.
 template <class S>
 HWY_INLINE hn::Vec<DF> loadAsFloat(const S* p) {
@@ -75,45 +70,6 @@ HWY_INLINE hn::Mask<DF> loadMask(const Kvp8u* p) {
   const hn::Rebind<Kvp8u, DF> d8;
   return hn::RebindMask(df, hn::Ne(hn::PromoteTo(di, hn::LoadU(d8, p)), hn::Zero(di)));
 }
-#endif
-
-#if KVP_HAVE_HWY && (HWY_TARGET == HWY_SSSE3 || HWY_TARGET == HWY_SSE4)
-// On 128-bit targets an 8-bit source is widened sixteen pixels at a time:
-// one byte load, then one byte shuffle per group of four pixels (cheaper
-// than two unpack steps per group).
-constexpr bool kByteShuffleRows = true;
-using D8 = hn::Full128<uint8_t>;
-
-template <int Group>
-HWY_INLINE hn::Vec<DF> bytesToFloat(hn::Vec<D8> bytes, bool isSigned) {
-  const D8 d8;
-  const hn::Repartition<int32_t, D8> di;
-  // Byte 4*Group+i goes to the low byte of lane i; the other bytes are zero
-  // (index 0x80) or, for signed bytes, copies of the byte that are then
-  // arithmetic-shifted down.
-  alignas(16) static constexpr uint8_t kZero[16] = {
-      4 * Group + 0, 0x80, 0x80, 0x80, 4 * Group + 1, 0x80, 0x80, 0x80,
-      4 * Group + 2, 0x80, 0x80, 0x80, 4 * Group + 3, 0x80, 0x80, 0x80};
-  alignas(16) static constexpr uint8_t kHigh[16] = {
-      0x80, 0x80, 0x80, 4 * Group + 0, 0x80, 0x80, 0x80, 4 * Group + 1,
-      0x80, 0x80, 0x80, 4 * Group + 2, 0x80, 0x80, 0x80, 4 * Group + 3};
-  if (isSigned)
-    return hn::ConvertTo(DF(), hn::ShiftRight<24>(hn::BitCast(di, hn::TableLookupBytesOr0(bytes, hn::Load(d8, kHigh)))));
-  return hn::ConvertTo(DF(), hn::BitCast(di, hn::TableLookupBytesOr0(bytes, hn::Load(d8, kZero))));
-}
-
-// Four pixels' mask bytes as a float-lane mask.
-template <int Group>
-HWY_INLINE hn::Mask<DF> maskGroup(hn::Vec<D8> nonZero) {
-  const D8 d8;
-  alignas(16) static constexpr uint8_t kSpread[16] = {
-      4 * Group + 0, 4 * Group + 0, 4 * Group + 0, 4 * Group + 0, 4 * Group + 1, 4 * Group + 1,
-      4 * Group + 1, 4 * Group + 1, 4 * Group + 2, 4 * Group + 2, 4 * Group + 2, 4 * Group + 2,
-      4 * Group + 3, 4 * Group + 3, 4 * Group + 3, 4 * Group + 3};
-  return hn::MaskFromVec(hn::BitCast(DF(), hn::TableLookupBytes(nonZero, hn::Load(d8, kSpread))));
-}
-#else
-constexpr bool kByteShuffleRows = false;
 #endif
 
 // One row: acc[x] = op(acc[x], s1[x], s2[x]) where the mask allows; a

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <string>
 #include <vector>
@@ -22,8 +23,9 @@ int addWorkload(const char* name, std::function<std::vector<uint8_t>(uint64_t)> 
 // Appends the raw bytes of a value or an array to a result.
 template <class T>
 void append(std::vector<uint8_t>& out, const T* p, size_t count) {
-  const auto* b = reinterpret_cast<const uint8_t*>(p);
-  out.insert(out.end(), b, b + count * sizeof(T));
+  const size_t at = out.size(), bytes = count * sizeof(T);
+  out.resize(at + bytes);
+  if (bytes) std::memcpy(out.data() + at, p, bytes);
 }
 template <class T>
 void append(std::vector<uint8_t>& out, const std::vector<T>& v) {
