@@ -20,8 +20,8 @@
 //     (exact: a bit per pixel at the end of the buffer; floating range: the
 //     value 2 in the visited mask) instead of being written past the buffer;
 //   * a fixed-range fill whose new value lies inside its own range can find
-//     repainted pixels again without end; such a fill stops once it has
-//     repainted kRevisitFactor times the image area.
+//     repainted pixels again without end; such a fill watches the state of
+//     its list and stops when the state repeats (see RangeRing).
 //
 // Everything here has internal linkage: the file is included by sources
 // that are compiled for two code paths.
@@ -47,8 +47,6 @@ struct Segment {
   int y, l, r, pl, pr, dir;
 };
 static_assert(sizeof(Segment) == 24, "segment records are six packed 32-bit integers");
-
-constexpr int kRevisitFactor = 16;
 
 // Buffer sizes, formed in 64 bits and truncated to 32 like the queries.
 inline long long listBytes(KvpiSize roi) { return (long long)roi.width * 24 * roi.height / 4 + 32; }
@@ -254,12 +252,72 @@ struct ExactList {
 // its list is a plain stack, and a push with no room left in the buffer is
 // dropped (on such an image every neighbour of that run has been seen) and
 // only folded into the bounding box.
+//
+// Termination: when the new value itself lies in the range, a repainted
+// pixel qualifies exactly as it did before, so which pixels qualify never
+// changes during the fill and the work done for a segment depends on the
+// segment alone. The whole state of the walk is then the list below the
+// index, rec[0 .. idx): the walk has no end exactly when that state
+// repeats. The ring keeps two 64-bit position-weighted hashes of the live
+// records, updated on every push and pop, and compares them (Brent's
+// cycle search: a checkpoint at every power of two of segments) with the
+// state saved at the last checkpoint. A repeated state stops the fill;
+// every walk that ends by itself is followed to its end.
+// Inverse of an odd number modulo 2^64 (Newton's iteration).
+constexpr uint64_t oddInverse(uint64_t p) {
+  uint64_t x = p;
+  for (int i = 0; i < 6; ++i) x *= 2 - p * x;
+  return x;
+}
+static_assert(oddInverse(0x9E3779B97F4A7C15ull) * 0x9E3779B97F4A7C15ull == 1);
+
+struct StateHash {
+  static constexpr uint64_t kP1 = 0x9E3779B97F4A7C15ull, kP2 = 0xC2B2AE3D27D4EB4Full;
+  static constexpr uint64_t kI1 = oddInverse(kP1), kI2 = oddInverse(kP2);
+  uint64_t h1 = 0, h2 = 0, w1 = 1, w2 = 1;  // hashes and the weights of the next position
+
+  static uint64_t mix(uint64_t z) {
+    z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ull;
+    z = (z ^ (z >> 27)) * 0x94D049BB133111EBull;
+    return z ^ (z >> 31);
+  }
+  static void keys(const Segment& s, uint64_t& a, uint64_t& b) {
+    const uint64_t k = mix(((uint64_t)(uint32_t)s.y << 32 | (uint32_t)s.l) ^
+                           mix((uint64_t)(uint32_t)s.r << 32 | (uint32_t)s.pl) ^
+                           mix((uint64_t)(uint32_t)s.pr << 32 | (uint32_t)s.dir));
+    a = k;
+    b = mix(k + 0x632BE59BD9B4E019ull);
+  }
+  void push(const Segment& s) {
+    uint64_t a, b;
+    keys(s, a, b);
+    h1 += a * w1;
+    h2 += b * w2;
+    w1 *= kP1;
+    w2 *= kP2;
+  }
+  void pop(const Segment& s) {
+    uint64_t a, b;
+    keys(s, a, b);
+    w1 *= kI1;
+    w2 *= kI2;
+    h1 -= a * w1;
+    h2 -= b * w2;
+  }
+  void clear() { *this = StateHash{}; }
+};
+
 struct RangeRing {
   Segment* rec;
   int wrap;  // K, or 0 for no wrap
   long long room;
   Region* reg;
   int idx = 0;
+  bool watch = false;  // the new value qualifies: look for a repeated state
+  StateHash hash;
+  uint64_t saved1 = 0, saved2 = 0;
+  int savedIdx = -1;
+  long long power = 1, lam = 0;
 
   static constexpr bool full() { return false; }
   void push(const Segment& s) {
@@ -268,10 +326,31 @@ struct RangeRing {
       return;
     }
     rec[idx] = s;
-    if (++idx == wrap) idx = 0;
+    if (watch) hash.push(s);
+    if (++idx == wrap) {
+      idx = 0;
+      if (watch) hash.clear();
+    }
   }
   bool empty() const { return idx == 0; }
-  Segment pop() { return rec[--idx]; }
+  Segment pop() {
+    const Segment s = rec[--idx];
+    if (watch) hash.pop(s);
+    return s;
+  }
+  // Called after each segment: true when the state repeats an earlier one.
+  bool repeats() {
+    if (!watch) return false;
+    if (idx == savedIdx && hash.h1 == saved1 && hash.h2 == saved2) return true;
+    if (++lam == power) {
+      saved1 = hash.h1;
+      saved2 = hash.h2;
+      savedIdx = idx;
+      power *= 2;
+      lam = 0;
+    }
+    return false;
+  }
 };
 
 // One row scan of the exact / fixed-range procedure: every qualifying pixel
@@ -302,10 +381,9 @@ inline void scanRow(T* row, int yy, int a, int b, int width, const Pred& q, cons
   }
 }
 
-// Pops and processes segments until the list is empty or the repainted
-// area passes areaLimit.
+// Pops and processes segments until the list is empty or its state repeats.
 template <bool Eight, class T, int CN, class Pred, class List>
-void drain(T* img, int step, KvpiSize roi, const Pred& q, const T* nv, List& list, Region& reg, double areaLimit) {
+void drain(T* img, int step, KvpiSize roi, const Pred& q, const T* nv, List& list, Region& reg) {
   const int w = roi.width, h = roi.height;
   while (!list.empty()) {
     const Segment s = list.pop();
@@ -319,7 +397,8 @@ void drain(T* img, int step, KvpiSize roi, const Pred& q, const T* nv, List& lis
     T* prow = rowOf(img, step, py);
     scanRow<T, CN>(prow, py, lo, s.pl - 1, w, q, nv, list, reg, s.l, s.r, -s.dir);
     scanRow<T, CN>(prow, py, s.pr + 1, hi, w, q, nv, list, reg, s.l, s.r, -s.dir);
-    if (reg.area > areaLimit) return;
+    if constexpr (std::is_same_v<List, RangeRing>)
+      if (list.repeats()) return;
   }
 }
 
@@ -366,7 +445,7 @@ KvpStatus fillExact(T* img, int step, KvpiSize roi, KvpiPoint seed, const T* nv,
     list.cap = recordRoom(list.rec, list.bits);
     list.width = w;
     list.push(Segment{seed.y, L, R, R + 1, R, seed.y == h - 1 ? -1 : 1});
-    drain<Eight, T, CN>(img, step, roi, q, nv, list, reg, 1e300);
+    drain<Eight, T, CN>(img, step, roi, q, nv, list, reg);
     // Runs left behind while the stack was full: every set pixel that still
     // holds the seed value belongs to the region and starts it again.
     while (list.dropped) {
@@ -385,7 +464,7 @@ KvpStatus fillExact(T* img, int step, KvpiSize roi, KvpiPoint seed, const T* nv,
           seedRun<T, CN>(row, x, w, q, nv, l, r);
           reg.area += r - l + 1;
           list.push(Segment{y, l, r, r + 1, r, y == h - 1 ? -1 : 1});
-          drain<Eight, T, CN>(img, step, roi, q, nv, list, reg, 1e300);
+          drain<Eight, T, CN>(img, step, roi, q, nv, list, reg);
         }
       }
     }
@@ -414,9 +493,7 @@ inline InRange<T, CN> rangeOf(const T* s, const T* minD, const T* maxD) {
   return q;
 }
 
-// Fixed-range fill over the ring. When the new value qualifies itself,
-// repainted pixels qualify again and the walk may not end; the fill then
-// stops once the repainted area exceeds kRevisitFactor times the image.
+// Fixed-range fill over the ring.
 template <bool Eight, class T, int CN>
 KvpStatus fillRange(T* img, int step, KvpiSize roi, KvpiPoint seed, const T* nv, const T* minD, const T* maxD,
                     KvpiConnectedComp* out, Kvp8u* buf) {
@@ -437,9 +514,9 @@ KvpStatus fillRange(T* img, int step, KvpiSize roi, KvpiPoint seed, const T* nv,
     const int k = (int)((unsigned)w * (unsigned)h) / 4;
     ring.wrap = (k >= 1 && k <= ring.room) ? k : 0;
     ring.reg = &reg;
+    ring.watch = q(nv);
     ring.push(Segment{seed.y, L, R, R + 1, R, seed.y == h - 1 ? -1 : 1});
-    const double limit = q(nv) ? (double)kRevisitFactor * w * h : 1e300;
-    drain<Eight, T, CN>(img, step, roi, q, nv, ring, reg, limit);
+    drain<Eight, T, CN>(img, step, roi, q, nv, ring, reg);
   }
   writeRecord<T, CN>(out, reg, nv);
   return kvpStsOk;

@@ -38,6 +38,7 @@ struct Result {
   double area = 0;
   int x0 = 0, y0 = 0, x1 = -1, y1 = -1;
   bool wrote = false;
+  size_t maxDepth = 0;  // most records on the list at once (unbounded lists)
   void add(int x, int y) {
     if (x1 < x0) x0 = x1 = x, y0 = y1 = y;
     x0 = std::min(x0, x);
@@ -197,6 +198,7 @@ bool scanModel(Img<T>& im, int sx, int sy, bool eight, const T* nv, Ok ok, int r
       if (++idx == ring) idx = 0;
     } else {
       list.push_back(s);
+      res.maxDepth = std::max(res.maxDepth, list.size());
     }
   };
   auto empty = [&] { return ring > 0 ? idx == 0 : list.empty(); };
@@ -263,6 +265,7 @@ Result gradModel(Img<T>& im, int sx, int sy, bool eight, const T* nv, const T* m
       while (free(r + 1, y) && (f(r + 1, y, r, y) || (r < s.r && f(r + 1, y, r + 1, s.y))))
         mark[(size_t)y * w + ++r] = 1;
       st.push_back({y, l, r, s.l, s.r, dir});
+      res.maxDepth = std::max(res.maxDepth, st.size());
       x = r;
     }
   };

@@ -287,3 +287,369 @@ TEST(FloodFill, MatchesReference16u) { randomSweep<Kvp16u>(); }
 TEST(FloodFill, MatchesReference32f) { randomSweep<Kvp32f>(); }
 
 }  // namespace
+
+namespace {
+
+// ---- size queries and argument checks ------------------------------------------------------
+
+TEST(FloodFill, SizeQueries) {
+  for (KvpiSize sz : {KvpiSize{1, 1}, KvpiSize{3, 1}, KvpiSize{1, 5}, KvpiSize{17, 9}, KvpiSize{1920, 1080},
+                      KvpiSize{3840, 2160}, KvpiSize{20000, 20000}}) {
+    int n = 0, g = 0;
+    ASSERT_EQ(kvpStsOk, kvpiFloodFillGetSize(sz, &n));
+    ASSERT_EQ(kvpStsOk, kvpiFloodFillGetSize_Grad(sz, &g));
+    const long long list = (long long)sz.width * 24 * sz.height / 4;
+    EXPECT_EQ((int)(uint32_t)(list + 32), n) << kvt::describe(sz);
+    EXPECT_EQ((int)(uint32_t)((long long)(sz.width + 2) * (sz.height + 2) + list + 32), g) << kvt::describe(sz);
+  }
+  int keep = 77;
+  EXPECT_EQ(kvpStsNullPtr, kvpiFloodFillGetSize({0, 0}, nullptr));
+  EXPECT_EQ(kvpStsNullPtr, kvpiFloodFillGetSize_Grad({0, 0}, nullptr));
+  for (KvpiSize bad : {KvpiSize{0, 5}, KvpiSize{5, 0}, KvpiSize{-1, 3}}) {
+    EXPECT_EQ(kvpStsBadSize, kvpiFloodFillGetSize(bad, &keep));
+    EXPECT_EQ(kvpStsBadSize, kvpiFloodFillGetSize_Grad(bad, &keep));
+  }
+  EXPECT_EQ(77, keep);
+}
+
+// Row bytes that the step check asks for: the 8u and 32f three-channel
+// members test the one-channel row.
+template <class T>
+int minStep(int width, int cn) {
+  if (cn == 3 && std::is_same_v<T, Kvp16u>) return 6 * width;
+  return width * (int)sizeof(T);
+}
+
+template <class T>
+void checkOrder() {
+  kvt::Rng rng = kvt::makeRng(91);
+  for (const auto& m : members<T>()) {
+    SCOPED_TRACE(m.name);
+    const int w = 6, h = 4;
+    Plane<T> img(w, h, m.cn, rng);
+    fillBlobs(img, rng, 3, 2);
+    const auto before = img.bytes();
+    std::vector<Kvp8u> buf(4096, 0xEE);
+    const std::vector<Kvp8u> bufBefore = buf;
+    T nv[3] = {(T)1, (T)2, (T)3}, mn[3] = {(T)1, (T)1, (T)1}, mx[3] = {(T)1, (T)1, (T)1};
+    KvpiConnectedComp rec, recBefore;
+    std::memset(&rec, 0x33, sizeof rec);
+    recBefore = rec;
+    auto call = [&](T* p, int step, KvpiSize roi, KvpiPoint seed, const T* v, const T* a, const T* b,
+                    KvpiConnectedComp* r, Kvp8u* bf) { return m.fn(p, step, roi, seed, v, a, b, r, bf); };
+    const KvpiSize roi = img.size();
+    const int st = img.step();
+    // Pointers first, whatever else is wrong.
+    EXPECT_EQ(kvpStsNullPtr, call(nullptr, 0, {0, 0}, {-1, -1}, nv, mn, mx, &rec, buf.data()));
+    EXPECT_EQ(kvpStsNullPtr, call(img.roi(), st, roi, {0, 0}, nv, mn, mx, nullptr, buf.data()));
+    EXPECT_EQ(kvpStsNullPtr, call(img.roi(), st, roi, {0, 0}, nv, mn, mx, &rec, nullptr));
+    if (m.cn == 3) {
+      EXPECT_EQ(kvpStsNullPtr, call(img.roi(), st, {0, 0}, {0, 0}, nullptr, mn, mx, &rec, buf.data()));
+      if (m.fam != kExact) {
+        EXPECT_EQ(kvpStsNullPtr, call(img.roi(), st, {0, 0}, {0, 0}, nv, nullptr, mx, &rec, buf.data()));
+        EXPECT_EQ(kvpStsNullPtr, call(img.roi(), st, {0, 0}, {0, 0}, nv, mn, nullptr, &rec, buf.data()));
+      }
+    }
+    // Size before step before seed.
+    EXPECT_EQ(kvpStsBadSize, call(img.roi(), 0, {0, h}, {-1, -1}, nv, mn, mx, &rec, buf.data()));
+    EXPECT_EQ(kvpStsBadSize, call(img.roi(), 0, {w, -2}, {-1, -1}, nv, mn, mx, &rec, buf.data()));
+    const int need = minStep<T>(w, m.cn);
+    EXPECT_EQ(kvpStsBadStep, call(img.roi(), need - 1, roi, {-1, -1}, nv, mn, mx, &rec, buf.data()));
+    // The smallest accepted step reaches the seed test.
+    EXPECT_EQ(kvpStsOutOfRange, call(img.roi(), need, roi, {w, 0}, nv, mn, mx, &rec, buf.data()));
+    if (sizeof(T) > 1) {
+      EXPECT_EQ(kvpStsStepNotMultiple, call(img.roi(), st + 1, roi, {-1, -1}, nv, mn, mx, &rec, buf.data()));
+      EXPECT_EQ(kvpStsBadStep, call(img.roi(), need - 1, roi, {-1, -1}, nv, mn, mx, &rec, buf.data()));
+    }
+    for (KvpiPoint bad : {KvpiPoint{-1, 0}, KvpiPoint{w, 0}, KvpiPoint{0, -1}, KvpiPoint{0, h}, KvpiPoint{w, h}})
+      EXPECT_EQ(kvpStsOutOfRange, call(img.roi(), st, roi, bad, nv, mn, mx, &rec, buf.data()));
+    EXPECT_TRUE(img.unchanged(before));
+    EXPECT_TRUE(buf == bufBefore);
+    EXPECT_EQ(0, std::memcmp(&rec, &recBefore, sizeof rec));
+  }
+}
+
+TEST(FloodFill, CheckOrder) {
+  checkOrder<Kvp8u>();
+  checkOrder<Kvp16u>();
+  checkOrder<Kvp32f>();
+}
+
+TEST(FloodFill, UnevenStepTestsOfThreeChannelMembers) {
+  // 8u C3 with a step between width and 3 x width passes the step check; 16u
+  // C3 below 6 x width fails it; 32f C3 tests 4 x width.
+  Kvp8u img8[64] = {};
+  Kvp16u img16[64] = {};
+  Kvp32f img32[64] = {};
+  Kvp8u buf[512];
+  KvpiConnectedComp rec;
+  const Kvp8u v8[3] = {1, 1, 1};
+  const Kvp16u v16[3] = {1, 1, 1};
+  const Kvp32f v32[3] = {1, 1, 1};
+  const KvpiSize roi{4, 2};
+  const KvpiPoint off{9, 9};
+  EXPECT_EQ(kvpStsOutOfRange, kvpiFloodFill_4Con_8u_C3IR(img8, 5, roi, off, v8, &rec, buf));
+  EXPECT_EQ(kvpStsBadStep, kvpiFloodFill_4Con_8u_C3IR(img8, 3, roi, off, v8, &rec, buf));
+  EXPECT_EQ(kvpStsOutOfRange, kvpiFloodFill_Range8Con_8u_C3IR(img8, 4, roi, off, v8, v8, v8, &rec, buf));
+  EXPECT_EQ(kvpStsBadStep, kvpiFloodFill_8Con_16u_C3IR(img16, 22, roi, off, v16, &rec, buf));
+  EXPECT_EQ(kvpStsOutOfRange, kvpiFloodFill_8Con_16u_C3IR(img16, 24, roi, off, v16, &rec, buf));
+  EXPECT_EQ(kvpStsBadStep, kvpiFloodFill_Grad4Con_16u_C3IR(img16, 16, roi, off, v16, v16, v16, &rec, buf));
+  EXPECT_EQ(kvpStsOutOfRange, kvpiFloodFill_Grad8Con_32f_C3IR(img32, 16, roi, off, v32, v32, v32, &rec, buf));
+  EXPECT_EQ(kvpStsStepNotMultiple, kvpiFloodFill_Grad8Con_32f_C3IR(img32, 18, roi, off, v32, v32, v32, &rec, buf));
+  EXPECT_EQ(kvpStsBadStep, kvpiFloodFill_Range4Con_32f_C3IR(img32, 12, roi, off, v32, v32, v32, &rec, buf));
+}
+
+// ---- targeted behaviour ---------------------------------------------------------------
+
+TEST(FloodFill, EarlyReturnWhenSeedHoldsNewValue) {
+  kvt::Rng rng = kvt::makeRng(5);
+  for (const auto& m : members<Kvp32f>()) {
+    SCOPED_TRACE(m.name);
+    Plane<Kvp32f> img(9, 5, m.cn, rng);
+    img.fill([] { return 0.0f; });
+    img.at(4, 2, 0) = -0.0f;  // equals +0
+    const Kvp32f nv[3] = {0.0f, 0.0f, 0.0f}, d[3] = {0.5f, 0.5f, 0.5f};
+    const Outcome o = runFill(m, img, {4, 2}, nv, d, d, 1);
+    ASSERT_EQ(kvpStsOk, o.st);
+    KvpiConnectedComp untouched;
+    std::memset(&untouched, 0x5A, sizeof untouched);
+    if (m.fam == kGrad) {
+      // No early return: the whole plane is the region.
+      EXPECT_EQ(45.0, o.rec.area);
+      EXPECT_EQ(0, std::signbit(img.at(4, 2, 0)));
+    } else {
+      EXPECT_EQ(0, std::memcmp(&untouched, &o.rec, sizeof untouched));
+      EXPECT_NE(0, std::signbit(img.at(4, 2, 0))) << "the image must be left as it was";
+    }
+  }
+}
+
+TEST(FloodFill, NaNSeedPaintsOnlyItself) {
+  kvt::Rng rng = kvt::makeRng(6);
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  for (const auto& m : members<Kvp32f>()) {
+    SCOPED_TRACE(m.name);
+    Plane<Kvp32f> img(7, 6, m.cn, rng);
+    img.fill([&] { return nan; });
+    img.at(3, 3, 1 % m.cn) = 2.0f;  // a NaN in channel 0 still (C3) or a number at the seed (C1)
+    if (m.cn == 1) img.at(3, 3, 0) = nan;
+    const Kvp32f nv[3] = {5.0f, 6.0f, 7.0f}, d[3] = {1e30f, 1e30f, 1e30f};
+    const Outcome o = runFill(m, img, {3, 3}, nv, d, d, 0);
+    ASSERT_EQ(kvpStsOk, o.st);
+    EXPECT_EQ(1.0, o.rec.area);
+    EXPECT_EQ(3, o.rec.rect.x);
+    EXPECT_EQ(3, o.rec.rect.y);
+    EXPECT_EQ(1, o.rec.rect.width);
+    EXPECT_EQ(1, o.rec.rect.height);
+    for (int y = 0; y < 6; ++y)
+      for (int x = 0; x < 7; ++x)
+        for (int c = 0; c < m.cn; ++c)
+          if (x == 3 && y == 3)
+            EXPECT_EQ(nv[c], img.at(x, y, c));
+          else
+            EXPECT_TRUE(std::isnan(img.at(x, y, c))) << x << "," << y;
+  }
+}
+
+TEST(FloodFill, NaNNeighboursNeverJoin) {
+  kvt::Rng rng = kvt::makeRng(7);
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  for (const auto& m : members<Kvp32f>()) {
+    SCOPED_TRACE(m.name);
+    Plane<Kvp32f> img(8, 5, m.cn, rng);
+    img.fill([] { return 1.0f; });
+    for (int y = 0; y < 5; ++y) img.at(4, y, m.cn - 1) = nan;  // a NaN wall
+    const Kvp32f nv[3] = {5.0f, 5.0f, 5.0f}, d[3] = {1e30f, 1e30f, 1e30f};
+    checkCall(m, img, {1, 2}, nv, d, d);
+    EXPECT_EQ(1.0f, img.at(6, 2, 0)) << "the fill crossed the NaN wall";
+  }
+}
+
+TEST(FloodFill, CornersJoinOnlyWhenEightConnected) {
+  kvt::Rng rng = kvt::makeRng(8);
+  for (const auto& m : members<Kvp16u>()) {
+    SCOPED_TRACE(m.name);
+    Plane<Kvp16u> img(4, 4, m.cn, rng);
+    img.fill([] { return (Kvp16u)1000; });
+    for (int i = 0; i < 4; ++i)
+      for (int c = 0; c < m.cn; ++c) img.at(i, i, c) = 50;  // a diagonal line of touching corners
+    const Kvp16u nv[3] = {7, 7, 7}, mn[3] = {5, 5, 5}, mx[3] = {5, 5, 5};
+    const Outcome o = runFill(m, img, {0, 0}, nv, mn, mx, 2);
+    ASSERT_EQ(kvpStsOk, o.st);
+    EXPECT_EQ(m.eight ? 4.0 : 1.0, o.rec.area);
+    EXPECT_EQ(m.eight ? 4 : 1, o.rec.rect.width);
+    EXPECT_EQ(m.eight ? 4 : 1, o.rec.rect.height);
+    EXPECT_EQ(m.eight ? 7 : 50, img.at(3, 3, 0));
+  }
+}
+
+TEST(FloodFill, OneRowFillsOnlyTheSeedRun) {
+  kvt::Rng rng = kvt::makeRng(9);
+  for (const auto& m : members<Kvp8u>()) {
+    SCOPED_TRACE(m.name);
+    Plane<Kvp8u> img(12, 1, m.cn, rng);
+    const Kvp8u row[12] = {5, 5, 9, 5, 5, 5, 5, 9, 5, 5, 5, 5};
+    for (int x = 0; x < 12; ++x)
+      for (int c = 0; c < m.cn; ++c) img.at(x, 0, c) = row[x];
+    const Kvp8u nv[3] = {200, 201, 202}, z[3] = {0, 0, 0};
+    const Outcome o = runFill(m, img, {4, 0}, nv, z, z, 5);
+    ASSERT_EQ(kvpStsOk, o.st);
+    EXPECT_EQ(4.0, o.rec.area);
+    EXPECT_EQ(3, o.rec.rect.x);
+    EXPECT_EQ(0, o.rec.rect.y);
+    EXPECT_EQ(4, o.rec.rect.width);
+    EXPECT_EQ(1, o.rec.rect.height);
+    EXPECT_EQ(5, img.at(0, 0, 0));
+    EXPECT_EQ(200, img.at(6, 0, 0));
+    EXPECT_EQ(5, img.at(8, 0, 0));
+    EXPECT_TRUE(o.guards);
+  }
+}
+
+TEST(FloodFill, FixedRangeBoundsAreClamped) {
+  kvt::Rng rng = kvt::makeRng(10);
+  // 8u: s = 3, minDelta 10 gives lo = 0; s = 250, maxDelta 10 gives hi = 255.
+  Plane<Kvp8u> a(6, 1, 1, rng);
+  const Kvp8u va[6] = {14, 0, 3, 13, 14, 2};
+  for (int i = 0; i < 6; ++i) a.at(i, 0) = va[i];
+  KvpiConnectedComp rec;
+  std::vector<Kvp8u> buf(256);
+  ASSERT_EQ(kvpStsOk, kvpiFloodFill_Range4Con_8u_C1IR(a.roi(), a.step(), a.size(), {2, 0}, 100, 10, 10, &rec, buf.data()));
+  EXPECT_EQ(3.0, rec.area);  // 0, 3 and 13
+  EXPECT_EQ(1, rec.rect.x);
+  EXPECT_EQ(14, a.at(4, 0));
+  EXPECT_EQ(100, a.at(1, 0));
+  Plane<Kvp8u> b(3, 1, 3, rng);
+  const Kvp8u vb[9] = {255, 255, 255, 250, 250, 250, 240, 240, 240};
+  for (int i = 0; i < 9; ++i) b.at(i / 3, 0, i % 3) = vb[i];
+  const Kvp8u nv[3] = {1, 2, 3}, mn[3] = {0, 0, 0}, mx[3] = {10, 10, 10};
+  ASSERT_EQ(kvpStsOk, kvpiFloodFill_Range8Con_8u_C3IR(b.roi(), b.step(), b.size(), {1, 0}, nv, mn, mx, &rec, buf.data()));
+  EXPECT_EQ(2.0, rec.area);
+  EXPECT_EQ(0, rec.rect.x);
+  EXPECT_EQ(2, rec.rect.width);
+  // 16u: the same at 65535.
+  Plane<Kvp16u> c(3, 1, 1, rng);
+  const Kvp16u vc[3] = {65535, 65530, 0};
+  for (int i = 0; i < 3; ++i) c.at(i, 0) = vc[i];
+  ASSERT_EQ(kvpStsOk, kvpiFloodFill_Range4Con_16u_C1IR(c.roi(), c.step(), c.size(), {1, 0}, 9, 0, 100, &rec, buf.data()));
+  EXPECT_EQ(2.0, rec.area);
+  EXPECT_EQ(0, c.at(2, 0));
+}
+
+TEST(FloodFill, FloatingRangeFollowsARamp) {
+  kvt::Rng rng = kvt::makeRng(11);
+  for (const auto& m : members<Kvp8u>()) {
+    if (m.fam == kExact) continue;
+    SCOPED_TRACE(m.name);
+    Plane<Kvp8u> img(200, 3, m.cn, rng);
+    for (int y = 0; y < 3; ++y)
+      for (int x = 0; x < 200; ++x)
+        for (int c = 0; c < m.cn; ++c) img.at(x, y, c) = (Kvp8u)(x + y);
+    const Kvp8u nv[3] = {255, 255, 255}, d[3] = {1, 1, 1};
+    const Outcome o = runFill(m, img, {100, 1}, nv, d, d, 4);
+    ASSERT_EQ(kvpStsOk, o.st);
+    if (m.fam == kGrad) {
+      EXPECT_EQ(600.0, o.rec.area) << "neighbours differ by at most 1 everywhere";
+    } else {
+      EXPECT_LT(o.rec.area, 12.0) << "the fixed range stays near the seed value";
+    }
+  }
+}
+
+// Every binary pattern of small images from every seed: the only images on
+// which the exact and floating-range lists outgrow the reported buffer, and
+// the ones where the fixed-range ring overflows the most.
+TEST(FloodFill, ExhaustiveSmallPatterns) {
+  kvt::Rng rng = kvt::makeRng(12);
+  const auto ms = members<Kvp8u>();
+  int outgrown = 0, ringLost = 0;
+  for (KvpiSize sz : {KvpiSize{3, 3}, KvpiSize{4, 3}, KvpiSize{2, 5}}) {
+    const int n = sz.width * sz.height;
+    for (int bits = 0; bits < (1 << n); ++bits)
+      for (int s = 0; s < n; ++s) {
+        if (!((bits >> s) & 1)) continue;
+        for (const auto& m : ms) {
+          if (m.cn != 1) continue;
+          Plane<Kvp8u> img(sz.width, sz.height, 1, rng, 0, 0);
+          for (int i = 0; i < n; ++i) img.at(i % sz.width, i / sz.width) = ((bits >> i) & 1) ? 10 : 100;
+          SCOPED_TRACE(m.name + " " + kvt::describe(sz) + " pattern " + std::to_string(bits) + " seed " +
+                       std::to_string(s));
+          const Kvp8u nv = 50, d = 1;
+          const KvpiPoint seed{s % sz.width, s / sz.width};
+          if (m.fam != kRange) {
+            Img<Kvp8u> probe = toImg(img);
+            Result r;
+            if (m.fam == kExact)
+              ffr::scanModel(probe, seed.x, seed.y, m.eight, &nv, [](const Kvp8u* p) { return *p == 10; }, 0, r);
+            else
+              r = ffr::gradModel(probe, seed.x, seed.y, m.eight, &nv, &d, &d);
+            outgrown += (long)r.maxDepth * 24 + 7 > 6L * n + 32;
+          } else {
+            Img<Kvp8u> full = toImg(img), ring = full;
+            Result rf, rr;
+            auto ok = [](const Kvp8u* p) { return *p >= 9 && *p <= 11; };
+            ffr::scanModel(full, seed.x, seed.y, m.eight, &nv, ok, 0, rf);
+            ffr::scanModel(ring, seed.x, seed.y, m.eight, &nv, ok, n / 4, rr);
+            ringLost += rr.area < rf.area;
+          }
+          checkCall(m, img, seed, &nv, &d, &d, bits % 8);
+          if (::testing::Test::HasFatalFailure()) return;
+        }
+      }
+  }
+  EXPECT_GT(outgrown, 0) << "no pattern outgrew the buffer: the overflow path went untested";
+  EXPECT_GT(ringLost, 0) << "no pattern overflowed the ring";
+}
+
+// K = 1: the fill stops after the seed run.
+TEST(FloodFill, RingOfOneStopsAfterTheSeedRun) {
+  kvt::Rng rng = kvt::makeRng(13);
+  for (KvpiSize sz : {KvpiSize{2, 2}, KvpiSize{1, 7}, KvpiSize{7, 1 + 0}}) {
+    Plane<Kvp32f> img(sz.width, sz.height, 1, rng);
+    img.fill([] { return 4.0f; });
+    KvpiConnectedComp rec;
+    std::vector<Kvp8u> buf(512);
+    ASSERT_EQ(kvpStsOk, kvpiFloodFill_Range8Con_32f_C1IR(img.roi(), img.step(), sz, {0, sz.height - 1}, 9.f, 1.f,
+                                                        1.f, &rec, buf.data()));
+    const int k = sz.width * sz.height / 4;
+    EXPECT_EQ(k == 1 ? (double)sz.width : (double)sz.width * sz.height, rec.area) << kvt::describe(sz);
+    EXPECT_EQ(k == 1 ? 1 : sz.height, rec.rect.height);
+  }
+}
+
+// A fixed-range fill whose new value lies inside the range, around a ring
+// of pixels, finds its own paint again and again; it must still end, inside
+// its buffer.
+TEST(FloodFill, FixedRangeWithNewValueInRangeTerminates) {
+  kvt::Rng rng = kvt::makeRng(14);
+  int endless = 0;
+  for (const auto& m : members<Kvp8u>()) {
+    if (m.fam != kRange) continue;
+    for (int size : {12, 40, 90}) {
+      SCOPED_TRACE(m.name + " " + std::to_string(size));
+      Plane<Kvp8u> img(size, size, m.cn, rng);
+      for (int y = 0; y < size; ++y)
+        for (int x = 0; x < size; ++x) {
+          const bool wall = x > 2 && y > 2 && x < size - 3 && y < size - 3;
+          for (int c = 0; c < m.cn; ++c) img.at(x, y, c) = wall ? 200 : (Kvp8u)(20 + (x * 7 + y * 3) % 5);
+        }
+      const Kvp8u nv[3] = {21, 21, 21}, d[3] = {4, 4, 4};
+      Img<Kvp8u> probe = toImg(img);
+      Result r;
+      const bool ends = ffr::scanModel(probe, 0, 0, m.eight, nv, [](const Kvp8u* p) { return *p >= 18 && *p <= 26; },
+                                       size * size / 4, r, 100000);
+      const Outcome o = runFill(m, img, {0, 0}, nv, d, d, 6);
+      ASSERT_EQ(kvpStsOk, o.st);
+      EXPECT_TRUE(o.guards);
+      if (ends) {
+        EXPECT_EQ(r.area, o.rec.area);
+        EXPECT_TRUE(toImg(img) == probe);
+      }
+      endless += !ends;
+      EXPECT_GE(o.rec.area, 4.0 * (size - 3));
+    }
+  }
+  EXPECT_GT(endless, 0) << "no walk without end: termination went untested";
+}
+
+}  // namespace
