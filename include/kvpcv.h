@@ -249,6 +249,40 @@ KVP_API KvpStatus kvpiFloodFill_Grad8Con_32f_C3IR(Kvp32f* pImage, int imageStep,
  * Integral images and rectangle standard deviation
  * ====================================================================== */
 
+/** Upright integral: (w+1) x (h+1) table, first row and column val, 32-bit wrapping sums */
+KVP_API KvpStatus kvpiIntegral_8u32s_C1R(const Kvp8u* pSrc, int srcStep, Kvp32s* pDst, int dstStep, KvpiSize roiSize, Kvp32s val);
+/** Upright integral: (w+1) x (h+1) float table, each entry the one above plus the exact row prefix */
+KVP_API KvpStatus kvpiIntegral_8u32f_C1R(const Kvp8u* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, Kvp32f val);
+/** Upright integral and squared integral, both 32-bit wrapping */
+KVP_API KvpStatus kvpiSqrIntegral_8u32s_C1R(const Kvp8u* pSrc, int srcStep, Kvp32s* pDst, int dstStep, Kvp32s* pSqr, int sqrStep, KvpiSize roiSize, Kvp32s val, Kvp32s valSqr);
+/** Upright integral (32-bit wrapping) and squared integral (double) */
+KVP_API KvpStatus kvpiSqrIntegral_8u32s64f_C1R(const Kvp8u* pSrc, int srcStep, Kvp32s* pDst, int dstStep, Kvp64f* pSqr, int sqrStep, KvpiSize roiSize, Kvp32s val, Kvp64f valSqr);
+/** Upright integral (float) and squared integral (double) */
+KVP_API KvpStatus kvpiSqrIntegral_8u32f64f_C1R(const Kvp8u* pSrc, int srcStep, Kvp32f* pDst, int dstStep, Kvp64f* pSqr, int sqrStep, KvpiSize roiSize, Kvp32f val, Kvp64f valSqr);
+/** 45-degree tilted integral: (w+2) x (h+2) table, rows 0 and 1 val, 32-bit wrapping */
+KVP_API KvpStatus kvpiTiltedIntegral_8u32s_C1R(const Kvp8u* pSrc, int srcStep, Kvp32s* pDst, int dstStep, KvpiSize roiSize, Kvp32s val);
+/** 45-degree tilted integral: (w+2) x (h+2) float table */
+KVP_API KvpStatus kvpiTiltedIntegral_8u32f_C1R(const Kvp8u* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, Kvp32f val);
+/** Tilted integral and tilted squared integral, both 32-bit wrapping */
+KVP_API KvpStatus kvpiTiltedSqrIntegral_8u32s_C1R(const Kvp8u* pSrc, int srcStep, Kvp32s* pDst, int dstStep, Kvp32s* pSqr, int sqrStep, KvpiSize roiSize, Kvp32s val, Kvp32s valSqr);
+/** Tilted integral (32-bit wrapping) and tilted squared integral (double) */
+KVP_API KvpStatus kvpiTiltedSqrIntegral_8u32s64f_C1R(const Kvp8u* pSrc, int srcStep, Kvp32s* pDst, int dstStep, Kvp64f* pSqr, int sqrStep, KvpiSize roiSize, Kvp32s val, Kvp64f valSqr);
+/** Tilted integral (float) and tilted squared integral (double) */
+KVP_API KvpStatus kvpiTiltedSqrIntegral_8u32f64f_C1R(const Kvp8u* pSrc, int srcStep, Kvp32f* pDst, int dstStep, Kvp64f* pSqr, int sqrStep, KvpiSize roiSize, Kvp32f val, Kvp64f valSqr);
+
+/** Standard deviation over rect from a float sum and a double squared table, single-precision arithmetic */
+KVP_API KvpStatus kvpiRectStdDev_32f_C1R(const Kvp32f* pSrc, int srcStep, const Kvp64f* pSqr, int sqrStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiRect rect);
+/** Standard deviation over rect from a 32-bit sum and a double squared table */
+KVP_API KvpStatus kvpiRectStdDev_32s32f_C1R(const Kvp32s* pSrc, int srcStep, const Kvp64f* pSqr, int sqrStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiRect rect);
+/** Standard deviation over rect from 32-bit tables, scaled by 2^-scaleFactor and rounded */
+KVP_API KvpStatus kvpiRectStdDev_32s_C1RSfs(const Kvp32s* pSrc, int srcStep, const Kvp32s* pSqr, int sqrStep, Kvp32s* pDst, int dstStep, KvpiSize roiSize, KvpiRect rect, int scaleFactor);
+/** Standard deviation over a tilted rect from a float sum and a double squared tilted table */
+KVP_API KvpStatus kvpiTiltedRectStdDev_32f_C1R(const Kvp32f* pSrc, int srcStep, const Kvp64f* pSqr, int sqrStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiRect rect);
+/** Standard deviation over a tilted rect from a 32-bit sum and a double squared tilted table */
+KVP_API KvpStatus kvpiTiltedRectStdDev_32s32f_C1R(const Kvp32s* pSrc, int srcStep, const Kvp64f* pSqr, int sqrStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiRect rect);
+/** Standard deviation over a tilted rect from 32-bit tilted tables, scaled by 2^-scaleFactor and rounded */
+KVP_API KvpStatus kvpiTiltedRectStdDev_32s_C1RSfs(const Kvp32s* pSrc, int srcStep, const Kvp32s* pSqr, int sqrStep, Kvp32s* pDst, int dstStep, KvpiSize roiSize, KvpiRect rect, int scaleFactor);
+
 /* ======================================================================
  * Motion history
  * ====================================================================== */

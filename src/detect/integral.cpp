@@ -1,0 +1,380 @@
+// Integral images (upright and 45-degree tilted, with optional squared
+// tables) and the per-window standard deviation computed from them.
+//
+// Table arithmetic is done in an "arithmetic type" per element type:
+// 32-bit integer tables in uint32_t, so every sum wraps modulo 2^32 with
+// defined behaviour; float tables in float; double tables in double. Every
+// floating expression is evaluated left to right exactly as written (the
+// build keeps multiply and add separate), so results do not depend on the
+// vector width or the thread count.
+#include <climits>
+#include <cmath>
+#include <cstdint>
+#include <type_traits>
+
+#include "frame/bodies.h"
+#include "frame/checks.h"
+#include "frame/parallel.h"
+
+namespace kvp::detect {
+namespace {
+
+// ---- element arithmetic --------------------------------------------------------
+
+template <class T>
+using ArithOf = std::conditional_t<std::is_same_v<T, Kvp32s>, uint32_t, T>;
+
+template <class T>
+inline ArithOf<T> load(const T& v) {
+  return (ArithOf<T>)v;
+}
+template <class T>
+inline T store(ArithOf<T> v) {
+  return (T)v;  // modulo 2^32 for the integer tables
+}
+
+// Converts a 32-bit integer row prefix to the table's arithmetic type.
+template <class T>
+inline ArithOf<T> fromPrefix(uint32_t r) {
+  if constexpr (std::is_same_v<T, Kvp32s>)
+    return r;
+  else
+    return (T)(int32_t)r;
+}
+
+// A source pixel (or its square) in the table's arithmetic type.
+template <class T, bool Square>
+inline ArithOf<T> pixel(Kvp8u p) {
+  const uint32_t v = Square ? (uint32_t)p * p : (uint32_t)p;
+  if constexpr (std::is_same_v<T, Kvp32s>)
+    return v;
+  else
+    return (T)v;
+}
+
+// ---- checks --------------------------------------------------------------------
+
+// Builders: pointers, size, source step >= width, each table step >= its
+// row bytes (argument order), each table step a multiple of its element.
+template <class TS, class TQ>
+KvpStatus checkBuilder(const Kvp8u* src, int srcStep, const TS* dst, int dstStep, const TQ* sqr, int sqrStep,
+                       bool withSqr, KvpiSize roi, int extraCols) {
+  if (!src || !dst || (withSqr && !sqr)) return kvpStsNullPtr;
+  if (KvpStatus s = checkSize(roi)) return s;
+  const long long cols = (long long)roi.width + extraCols;
+  if (srcStep < roi.width) return kvpStsBadStep;
+  if ((long long)dstStep < cols * (long long)sizeof(TS)) return kvpStsBadStep;
+  if (withSqr && (long long)sqrStep < cols * (long long)sizeof(TQ)) return kvpStsBadStep;
+  if (dstStep % (int)sizeof(TS) != 0) return kvpStsStepNotMultiple;
+  if (withSqr && sqrStep % (int)sizeof(TQ) != 0) return kvpStsStepNotMultiple;
+  return kvpStsOk;
+}
+
+// Standard deviations: pointers, size, the two table steps against the
+// columns the window reaches, the output step, multiples, then the window.
+template <class TS, class TQ, class TD>
+KvpStatus checkStdDev(const TS* src, int srcStep, const TQ* sqr, int sqrStep, const TD* dst, int dstStep,
+                      KvpiSize roi, KvpiRect rect, bool tilted) {
+  if (!src || !sqr || !dst) return kvpStsNullPtr;
+  if (KvpStatus s = checkSize(roi)) return s;
+  const long long cols = tilted ? (long long)rect.x + rect.y + rect.width + rect.height + roi.width - 1
+                                : (long long)rect.width + roi.width + rect.x;
+  if ((long long)srcStep < cols * (long long)sizeof(TS)) return kvpStsBadStep;
+  if ((long long)sqrStep < cols * (long long)sizeof(TQ)) return kvpStsBadStep;
+  if ((long long)dstStep < (long long)roi.width * (long long)sizeof(TD)) return kvpStsBadStep;
+  if (srcStep % (int)sizeof(TS) || sqrStep % (int)sizeof(TQ) || dstStep % (int)sizeof(TD))
+    return kvpStsStepNotMultiple;
+  if (rect.x < 0 || rect.y < 0 || rect.width < 1 || rect.height < 1) return kvpStsBadSize;
+  return kvpStsOk;
+}
+
+// ---- upright builder --------------------------------------------------------------
+
+// One table row: d[0] = val, d[x + 1] = above[x + 1] + (row prefix through x).
+template <class T, bool Square>
+void uprightRow(const Kvp8u* __restrict s, const T* __restrict above, T* __restrict d, int w, T val) {
+  // The running prefix is serial; it is staged in blocks so that the
+  // additions to the row above vectorise.
+  constexpr int kBlock = 256;
+  uint32_t pre[kBlock];
+  uint32_t r = 0;
+  d[0] = val;
+  for (int x0 = 0; x0 < w; x0 += kBlock) {
+    const int n = w - x0 < kBlock ? w - x0 : kBlock;
+    for (int i = 0; i < n; ++i) {
+      const uint32_t p = s[x0 + i];
+      r += Square ? p * p : p;
+      pre[i] = r;
+    }
+    const T* a = above + x0 + 1;
+    T* o = d + x0 + 1;
+#pragma omp simd
+    for (int i = 0; i < n; ++i) o[i] = store<T>(load(a[i]) + fromPrefix<T>(pre[i]));
+  }
+}
+
+template <class T>
+void fillRow(T* d, int n, T val) {
+  for (int i = 0; i < n; ++i) d[i] = val;
+}
+
+template <class TS, class TQ, bool WithSqr>
+KvpStatus upright(const Kvp8u* src, int srcStep, TS* dst, int dstStep, TQ* sqr, int sqrStep, KvpiSize roi,
+                  TS val, TQ valSqr) {
+  if (KvpStatus s = checkBuilder(src, srcStep, dst, dstStep, sqr, sqrStep, WithSqr, roi, 1)) return s;
+  const int w = roi.width;
+  fillRow(dst, w + 1, val);
+  if constexpr (WithSqr) fillRow(sqr, w + 1, valSqr);
+  for (int y = 0; y < roi.height; ++y) {
+    const Kvp8u* s = rowAt(src, srcStep, y);
+    uprightRow<TS, false>(s, rowAt(dst, dstStep, y), rowAt(dst, dstStep, y + 1), w, val);
+    if constexpr (WithSqr) uprightRow<TQ, true>(s, rowAt(sqr, sqrStep, y), rowAt(sqr, sqrStep, y + 1), w, valSqr);
+  }
+  return kvpStsOk;
+}
+
+// ---- tilted builder -----------------------------------------------------------------
+
+// Row y >= 2 of the tilted table from rows y - 1 (up1) and y - 2 (up2) and
+// source row y - 2:
+//   d[0]     = up1[1]
+//   d[j]     = up1[j - 1] + up1[j + 1] - up2[j] + s[j - 1] + s[j]   (1 <= j <= w, s[w] = 0)
+//   d[w + 1] = up1[w]
+template <class T, bool Square>
+void tiltedRow(const Kvp8u* __restrict s, const T* __restrict up1, const T* __restrict up2, T* __restrict d,
+               int w) {
+  using A = ArithOf<T>;
+  d[0] = up1[1];
+#pragma omp simd
+  for (int j = 1; j < w; ++j) {
+    const A v = load(up1[j - 1]) + load(up1[j + 1]) - load(up2[j]) + pixel<T, Square>(s[j - 1]) +
+                pixel<T, Square>(s[j]);
+    d[j] = store<T>(v);
+  }
+  d[w] = store<T>(load(up1[w - 1]) + load(up1[w + 1]) - load(up2[w]) + pixel<T, Square>(s[w - 1]) +
+                  pixel<T, Square>(0));
+  d[w + 1] = up1[w];
+}
+
+template <class TS, class TQ, bool WithSqr>
+KvpStatus tilted(const Kvp8u* src, int srcStep, TS* dst, int dstStep, TQ* sqr, int sqrStep, KvpiSize roi, TS val,
+                 TQ valSqr) {
+  if (KvpStatus s = checkBuilder(src, srcStep, dst, dstStep, sqr, sqrStep, WithSqr, roi, 2)) return s;
+  const int w = roi.width;
+  fillRow(rowAt(dst, dstStep, 0), w + 2, val);
+  fillRow(rowAt(dst, dstStep, 1), w + 2, val);
+  if constexpr (WithSqr) {
+    fillRow(rowAt(sqr, sqrStep, 0), w + 2, valSqr);
+    fillRow(rowAt(sqr, sqrStep, 1), w + 2, valSqr);
+  }
+  for (int y = 2; y < roi.height + 2; ++y) {
+    const Kvp8u* s = rowAt(src, srcStep, y - 2);
+    tiltedRow<TS, false>(s, rowAt(dst, dstStep, y - 1), rowAt(dst, dstStep, y - 2), rowAt(dst, dstStep, y), w);
+    if constexpr (WithSqr)
+      tiltedRow<TQ, true>(s, rowAt(sqr, sqrStep, y - 1), rowAt(sqr, sqrStep, y - 2), rowAt(sqr, sqrStep, y), w);
+  }
+  return kvpStsOk;
+}
+
+// ---- standard deviation -------------------------------------------------------------
+
+// The four table reads of a window, relative to the output pixel, combined
+// as a - b - c + d.
+struct Corners {
+  int row[4];
+  int col[4];
+  long long n;  // pixels (upright) or twice the cell count (tilted)
+};
+
+Corners uprightCorners(KvpiRect r) {
+  return {{r.y + r.height, r.y, r.y + r.height, r.y},
+          {r.x + r.width, r.x + r.width, r.x, r.x},
+          (long long)r.width * r.height};
+}
+
+Corners tiltedCorners(KvpiRect r) {
+  const int x = r.x, y = r.y, w = r.width, h = r.height;
+  return {{x + y + w + h, x + y + h, x + y + w, x + y},
+          {x - y + w - h, x - y - h, x - y + w, x - y},
+          2 * (long long)w * h};
+}
+
+// Single precision throughout, squared sums narrowed as read.
+struct PathFloat {
+  float n;
+  explicit PathFloat(long long cnt, int) : n((float)cnt) {}
+  Kvp32f operator()(Kvp32f a, Kvp32f b, Kvp32f c, Kvp32f d, Kvp64f qa, Kvp64f qb, Kvp64f qc, Kvp64f qd) const {
+    const float sum = a - b - c + d;
+    const float sq = (float)qa - (float)qb - (float)qc + (float)qd;
+    const float mean = sum / n;
+    float var = sq / n - mean * mean;
+    if (var < 0.f) var = 0.f;
+    return std::sqrt(var);
+  }
+};
+
+// Differences, means and variance in double; the clamped variance is
+// narrowed and its single-precision root stored. Integer sums are
+// differenced modulo 2^32 before conversion.
+struct PathDouble {
+  double n;
+  explicit PathDouble(long long cnt, int) : n((double)cnt) {}
+  template <class S>
+  Kvp32f operator()(S a, S b, S c, S d, Kvp64f qa, Kvp64f qb, Kvp64f qc, Kvp64f qd) const {
+    double sum;
+    if constexpr (std::is_same_v<S, Kvp32s>)
+      sum = (double)(int32_t)((uint32_t)a - (uint32_t)b - (uint32_t)c + (uint32_t)d);
+    else
+      sum = (double)a - (double)b - (double)c + (double)d;
+    const double sq = qa - qb - qc + qd;
+    const double mean = sum / n;
+    double var = sq / n - mean * mean;
+    if (var < 0.0) var = 0.0;
+    return std::sqrt((float)var);
+  }
+};
+
+// Truncation toward zero as the processor's conversion does it: values out
+// of the 32-bit range (and NaN) give INT_MIN.
+inline int32_t truncToInt(double v) {
+  if (!(v > -2147483649.0 && v < 2147483648.0)) return INT_MIN;
+  return (int32_t)v;
+}
+
+// Integer differences modulo 2^32, single-precision means and variance,
+// double-precision root, scale, + 0.5 and truncation.
+struct PathScaled {
+  float n;
+  double scale;
+  PathScaled(long long cnt, int scaleFactor) : n((float)cnt), scale(std::ldexp(1.0, -scaleFactor)) {}
+  Kvp32s operator()(Kvp32s a, Kvp32s b, Kvp32s c, Kvp32s d, Kvp32s qa, Kvp32s qb, Kvp32s qc, Kvp32s qd) const {
+    const int32_t sum = (int32_t)((uint32_t)a - (uint32_t)b - (uint32_t)c + (uint32_t)d);
+    const int32_t sq = (int32_t)((uint32_t)qa - (uint32_t)qb - (uint32_t)qc + (uint32_t)qd);
+    const float mean = (float)sum / n;
+    float var = (float)sq / n - mean * mean;
+    if (var < 0.f) var = 0.f;
+    return truncToInt(std::sqrt((double)var) * scale + 0.5);
+  }
+};
+
+template <class TS, class TQ, class TD, class Path>
+void stdDevRow(const TS* src, int srcStep, const TQ* sqr, int sqrStep, TD* __restrict d, int w, const Corners& k,
+               const Path& path) {
+  const TS* s[4];
+  const TQ* q[4];
+  for (int i = 0; i < 4; ++i) {
+    s[i] = rowAt(src, srcStep, k.row[i]) + k.col[i];
+    q[i] = rowAt(sqr, sqrStep, k.row[i]) + k.col[i];
+  }
+  const TS *s0 = s[0], *s1 = s[1], *s2 = s[2], *s3 = s[3];
+  const TQ *q0 = q[0], *q1 = q[1], *q2 = q[2], *q3 = q[3];
+#pragma omp simd
+  for (int j = 0; j < w; ++j) d[j] = path(s0[j], s1[j], s2[j], s3[j], q0[j], q1[j], q2[j], q3[j]);
+}
+
+constexpr long long kStdDevThreadArea = 65536;
+
+template <class TS, class TQ, class TD, class Path>
+KvpStatus stdDev(const TS* src, int srcStep, const TQ* sqr, int sqrStep, TD* dst, int dstStep, KvpiSize roi,
+                 KvpiRect rect, bool tiltedWindow, bool threaded, int scaleFactor = 0) {
+  if (KvpStatus s = checkStdDev(src, srcStep, sqr, sqrStep, dst, dstStep, roi, rect, tiltedWindow)) return s;
+  const Corners k = tiltedWindow ? tiltedCorners(rect) : uprightCorners(rect);
+  const Path path(k.n, scaleFactor);
+  const bool split = threaded && (long long)roi.width * roi.height >= kStdDevThreadArea;
+  forRowBands(roi.height, split, [&](int y0, int rows, int) {
+    for (int i = y0; i < y0 + rows; ++i)
+      stdDevRow(rowAt(src, srcStep, i), srcStep, rowAt(sqr, sqrStep, i), sqrStep, rowAt(dst, dstStep, i),
+                roi.width, k, path);
+  });
+  return kvpStsOk;
+}
+
+}  // namespace
+}  // namespace kvp::detect
+
+using namespace kvp::detect;
+
+// ---- exported bodies ---------------------------------------------------------------
+
+KvpStatus KVP_BODY(kvpiIntegral_8u32s_C1R)(const Kvp8u* pSrc, int srcStep, Kvp32s* pDst, int dstStep,
+                                           KvpiSize roiSize, Kvp32s val) {
+  return upright<Kvp32s, Kvp32s, false>(pSrc, srcStep, pDst, dstStep, (Kvp32s*)nullptr, 0, roiSize, val, 0);
+}
+KvpStatus KVP_BODY(kvpiIntegral_8u32f_C1R)(const Kvp8u* pSrc, int srcStep, Kvp32f* pDst, int dstStep,
+                                           KvpiSize roiSize, Kvp32f val) {
+  return upright<Kvp32f, Kvp32f, false>(pSrc, srcStep, pDst, dstStep, (Kvp32f*)nullptr, 0, roiSize, val, 0.f);
+}
+KvpStatus KVP_BODY(kvpiSqrIntegral_8u32s_C1R)(const Kvp8u* pSrc, int srcStep, Kvp32s* pDst, int dstStep,
+                                              Kvp32s* pSqr, int sqrStep, KvpiSize roiSize, Kvp32s val,
+                                              Kvp32s valSqr) {
+  return upright<Kvp32s, Kvp32s, true>(pSrc, srcStep, pDst, dstStep, pSqr, sqrStep, roiSize, val, valSqr);
+}
+KvpStatus KVP_BODY(kvpiSqrIntegral_8u32s64f_C1R)(const Kvp8u* pSrc, int srcStep, Kvp32s* pDst, int dstStep,
+                                                 Kvp64f* pSqr, int sqrStep, KvpiSize roiSize, Kvp32s val,
+                                                 Kvp64f valSqr) {
+  return upright<Kvp32s, Kvp64f, true>(pSrc, srcStep, pDst, dstStep, pSqr, sqrStep, roiSize, val, valSqr);
+}
+KvpStatus KVP_BODY(kvpiSqrIntegral_8u32f64f_C1R)(const Kvp8u* pSrc, int srcStep, Kvp32f* pDst, int dstStep,
+                                                 Kvp64f* pSqr, int sqrStep, KvpiSize roiSize, Kvp32f val,
+                                                 Kvp64f valSqr) {
+  return upright<Kvp32f, Kvp64f, true>(pSrc, srcStep, pDst, dstStep, pSqr, sqrStep, roiSize, val, valSqr);
+}
+
+KvpStatus KVP_BODY(kvpiTiltedIntegral_8u32s_C1R)(const Kvp8u* pSrc, int srcStep, Kvp32s* pDst, int dstStep,
+                                                 KvpiSize roiSize, Kvp32s val) {
+  return tilted<Kvp32s, Kvp32s, false>(pSrc, srcStep, pDst, dstStep, (Kvp32s*)nullptr, 0, roiSize, val, 0);
+}
+KvpStatus KVP_BODY(kvpiTiltedIntegral_8u32f_C1R)(const Kvp8u* pSrc, int srcStep, Kvp32f* pDst, int dstStep,
+                                                 KvpiSize roiSize, Kvp32f val) {
+  return tilted<Kvp32f, Kvp32f, false>(pSrc, srcStep, pDst, dstStep, (Kvp32f*)nullptr, 0, roiSize, val, 0.f);
+}
+KvpStatus KVP_BODY(kvpiTiltedSqrIntegral_8u32s_C1R)(const Kvp8u* pSrc, int srcStep, Kvp32s* pDst, int dstStep,
+                                                    Kvp32s* pSqr, int sqrStep, KvpiSize roiSize, Kvp32s val,
+                                                    Kvp32s valSqr) {
+  return tilted<Kvp32s, Kvp32s, true>(pSrc, srcStep, pDst, dstStep, pSqr, sqrStep, roiSize, val, valSqr);
+}
+KvpStatus KVP_BODY(kvpiTiltedSqrIntegral_8u32s64f_C1R)(const Kvp8u* pSrc, int srcStep, Kvp32s* pDst, int dstStep,
+                                                       Kvp64f* pSqr, int sqrStep, KvpiSize roiSize, Kvp32s val,
+                                                       Kvp64f valSqr) {
+  return tilted<Kvp32s, Kvp64f, true>(pSrc, srcStep, pDst, dstStep, pSqr, sqrStep, roiSize, val, valSqr);
+}
+KvpStatus KVP_BODY(kvpiTiltedSqrIntegral_8u32f64f_C1R)(const Kvp8u* pSrc, int srcStep, Kvp32f* pDst, int dstStep,
+                                                       Kvp64f* pSqr, int sqrStep, KvpiSize roiSize, Kvp32f val,
+                                                       Kvp64f valSqr) {
+  return tilted<Kvp32f, Kvp64f, true>(pSrc, srcStep, pDst, dstStep, pSqr, sqrStep, roiSize, val, valSqr);
+}
+
+KvpStatus KVP_BODY(kvpiRectStdDev_32f_C1R)(const Kvp32f* pSrc, int srcStep, const Kvp64f* pSqr, int sqrStep,
+                                           Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiRect rect) {
+  return stdDev<Kvp32f, Kvp64f, Kvp32f, PathFloat>(pSrc, srcStep, pSqr, sqrStep, pDst, dstStep, roiSize, rect,
+                                                   false, true);
+}
+KvpStatus KVP_BODY(kvpiRectStdDev_32s32f_C1R)(const Kvp32s* pSrc, int srcStep, const Kvp64f* pSqr, int sqrStep,
+                                              Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiRect rect) {
+  return stdDev<Kvp32s, Kvp64f, Kvp32f, PathDouble>(pSrc, srcStep, pSqr, sqrStep, pDst, dstStep, roiSize, rect,
+                                                    false, false);
+}
+KvpStatus KVP_BODY(kvpiRectStdDev_32s_C1RSfs)(const Kvp32s* pSrc, int srcStep, const Kvp32s* pSqr, int sqrStep,
+                                              Kvp32s* pDst, int dstStep, KvpiSize roiSize, KvpiRect rect,
+                                              int scaleFactor) {
+  return stdDev<Kvp32s, Kvp32s, Kvp32s, PathScaled>(pSrc, srcStep, pSqr, sqrStep, pDst, dstStep, roiSize, rect,
+                                                    false, false, scaleFactor);
+}
+KvpStatus KVP_BODY(kvpiTiltedRectStdDev_32f_C1R)(const Kvp32f* pSrc, int srcStep, const Kvp64f* pSqr,
+                                                 int sqrStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize,
+                                                 KvpiRect rect) {
+  return stdDev<Kvp32f, Kvp64f, Kvp32f, PathDouble>(pSrc, srcStep, pSqr, sqrStep, pDst, dstStep, roiSize, rect,
+                                                    true, false);
+}
+KvpStatus KVP_BODY(kvpiTiltedRectStdDev_32s32f_C1R)(const Kvp32s* pSrc, int srcStep, const Kvp64f* pSqr,
+                                                    int sqrStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize,
+                                                    KvpiRect rect) {
+  return stdDev<Kvp32s, Kvp64f, Kvp32f, PathDouble>(pSrc, srcStep, pSqr, sqrStep, pDst, dstStep, roiSize, rect,
+                                                    true, false);
+}
+KvpStatus KVP_BODY(kvpiTiltedRectStdDev_32s_C1RSfs)(const Kvp32s* pSrc, int srcStep, const Kvp32s* pSqr,
+                                                    int sqrStep, Kvp32s* pDst, int dstStep, KvpiSize roiSize,
+                                                    KvpiRect rect, int scaleFactor) {
+  return stdDev<Kvp32s, Kvp32s, Kvp32s, PathScaled>(pSrc, srcStep, pSqr, sqrStep, pDst, dstStep, roiSize, rect,
+                                                    true, false, scaleFactor);
+}
