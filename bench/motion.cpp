@@ -1,4 +1,8 @@
-// Motion history update beside OpenCV's and beside a memcpy of the bytes read.
+// Motion history update beside OpenCV's (8-bit silhouettes only there) and
+// beside a one-thread memcpy of the bytes the update reads per pixel
+// (silhouette element + 4 history bytes).
+#include <cstring>
+
 #include "bench_util.h"
 
 #ifdef KVP_HAVE_OPENCV_CONTRIB
@@ -7,18 +11,51 @@
 
 namespace {
 
-void BM_MotionHistory_8u_kvp(benchmark::State& st) {
+template <class S>
+using MotionFn = KvpStatus (*)(const S*, int, Kvp32f*, int, KvpiSize, Kvp32f, Kvp32f);
+
+// Half the silhouette moving, histories spread over three durations so that
+// every branch of the select is taken about equally often.
+template <class S>
+void runKvp(benchmark::State& st, MotionFn<S> fn) {
   kvpb::Setup s(st);
-  auto sil = kvpb::randomPlane<Kvp8u>(s.width, s.height, 1, 0, 1);
-  auto mhi = kvpb::randomPlane<Kvp32f>(s.width, s.height, 1, 0, 100);
+  auto sil = kvpb::randomPlane<S>(s.width, s.height, 1, 0, 1);
+  auto mhi = kvpb::randomPlane<Kvp32f>(s.width, s.height, 1, 0, 100, 2);
   float ts = 100.f;
   for (auto _ : st) {
-    benchmark::DoNotOptimize(kvpiUpdateMotionHistory_8u32f_C1IR(sil.data(), s.width, mhi.data(), s.width * 4, s.size(), ts, 30.f));
+    benchmark::DoNotOptimize(fn(sil.data(), s.width * (int)sizeof(S), mhi.data(), s.width * 4, s.size(), ts, 30.f));
+    benchmark::ClobberMemory();
     ts += 1.f;
   }
-  kvpb::setBytes(st, s.pixels() * 5);
+  kvpb::setBytes(st, s.pixels() * (long long)(sizeof(S) + 4));
 }
+
+void BM_MotionHistory_8u_kvp(benchmark::State& st) { runKvp<Kvp8u>(st, kvpiUpdateMotionHistory_8u32f_C1IR); }
+void BM_MotionHistory_16u_kvp(benchmark::State& st) { runKvp<Kvp16u>(st, kvpiUpdateMotionHistory_16u32f_C1IR); }
+void BM_MotionHistory_32f_kvp(benchmark::State& st) { runKvp<Kvp32f>(st, kvpiUpdateMotionHistory_32f_C1IR); }
 KVP_BENCH(BM_MotionHistory_8u_kvp);
+KVP_BENCH(BM_MotionHistory_16u_kvp);
+KVP_BENCH(BM_MotionHistory_32f_kvp);
+
+void BM_MotionHistory_memcpy(benchmark::State& st) {
+  const long long bytes = st.range(0) * st.range(1) * st.range(2);
+  std::vector<char> src(bytes, 1), dst(bytes);
+  for (auto _ : st) {
+    std::memcpy(dst.data(), src.data(), bytes);
+    benchmark::ClobberMemory();
+  }
+  kvpb::setBytes(st, bytes);
+}
+BENCHMARK(BM_MotionHistory_memcpy)
+    ->ArgNames({"w", "h", "bytes/px"})
+    ->Args({1920, 1080, 5})
+    ->Args({1920, 1080, 6})
+    ->Args({1920, 1080, 8})
+    ->Args({3840, 2160, 5})
+    ->Args({3840, 2160, 6})
+    ->Args({3840, 2160, 8})
+    ->Unit(benchmark::kMicrosecond)
+    ->UseRealTime();
 
 #ifdef KVP_HAVE_OPENCV_CONTRIB
 void BM_MotionHistory_8u_ocv(benchmark::State& st) {
@@ -29,6 +66,7 @@ void BM_MotionHistory_8u_ocv(benchmark::State& st) {
   double ts = 100.0;
   for (auto _ : st) {
     cv::motempl::updateMotionHistory(sil, mhi, ts, 30.0);
+    benchmark::ClobberMemory();
     ts += 1.0;
   }
   kvpb::setBytes(st, s.pixels() * 5);

@@ -1,5 +1,7 @@
-// Motion history update against a per-pixel reference.
+// Motion history update against a plain per-pixel reference.
+#include <bit>
 #include <cmath>
+#include <functional>
 #include <limits>
 
 #include "harness.h"
@@ -8,87 +10,289 @@ namespace {
 
 using kvt::Plane;
 
-float refUpdate(float silMoving, float mhi, float ts, float limit) {
-  if (silMoving) return ts;
-  return mhi < limit ? 0.f : mhi;
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+constexpr float kInf = std::numeric_limits<float>::infinity();
+
+// Straight from the definition: a moving pixel takes the time stamp, a
+// still one keeps a history that is not below the limit and is otherwise 0.
+template <class S>
+float refUpdate(S sil, float mhi, float ts, float limit) {
+  if (sil != S(0)) return ts;
+  if (!(mhi < limit)) return mhi;
+  return 0.f;
 }
 
-template <class S, class F>
-void checkMember(F f) {
-  kvt::Rng rng = kvt::makeRng(sizeof(S));
-  const float nan = std::numeric_limits<float>::quiet_NaN();
-  for (KvpiSize sz : kvt::sizeSweep()) {
-    SCOPED_TRACE(kvt::describe(sz));
-    const float ts = 100.25f, dur = 10.5f, limit = ts - dur;
-    Plane<S> sil(sz.width, sz.height, 1, rng);
-    Plane<Kvp32f> mhi(sz.width, sz.height, 1, rng);
-    sil.fill([&]() -> S {
-      switch (rng() % 6) {
-        case 0: return S(1);
-        case 1: return std::numeric_limits<S>::max();
-        case 2: if constexpr (std::is_floating_point_v<S>) return -0.f; else return S(0);
-        case 3: if constexpr (std::is_floating_point_v<S>) return nan; else return S(7);
-        default: return S(0);
-      }
-    });
-    mhi.fill([&]() -> float {
-      switch (rng() % 6) {
-        case 0: return limit;                      // exactly at the limit: kept
-        case 1: return std::nextafter(limit, 0.f); // just below: cleared
-        case 2: return nan;                        // NaN history: kept
-        default: return (float)(rng() % 12000) / 100.f;
-      }
-    });
-    Plane<Kvp32f> expect = mhi;
-    for (int y = 0; y < sz.height; ++y)
-      for (int x = 0; x < sz.width; ++x)
-        expect.at(x, y) = refUpdate(sil.at(x, y) != S(0), mhi.at(x, y), ts, limit);
-    Plane<Kvp32f> out = mhi;
-    const auto before = out.bytes();
-    ASSERT_EQ(kvpStsOk, f(sil.roi(), sil.step(), out.roi(), out.step(), sz, ts, dur));
-    ASSERT_TRUE(kvt::sameRoi(out, expect));
-    ASSERT_TRUE(out.sameOutsideRoi(before));
+template <class S>
+using MotionFn = KvpStatus (*)(const S*, int, Kvp32f*, int, KvpiSize, Kvp32f, Kvp32f);
+
+// Silhouette values: mostly still, with every kind of moving value, and
+// for float the values whose comparison with zero is easy to get wrong.
+template <class S>
+S randomSilhouette(kvt::Rng& rng) {
+  const unsigned k = rng() % 10;
+  if constexpr (std::is_floating_point_v<S>) {
+    switch (k) {
+      case 0: return -0.f;                                   // still
+      case 1: return kNaN;                                   // moving
+      case 2: return std::bit_cast<float>(0xffc00001u);      // negative NaN with payload: moving
+      case 3: return std::numeric_limits<float>::denorm_min();  // moving
+      case 4: return -kInf;
+      case 5: return std::uniform_real_distribution<float>(-1e3f, 1e3f)(rng);
+      default: return 0.f;
+    }
+  } else {
+    switch (k) {
+      case 0: return S(1);
+      case 1: return std::numeric_limits<S>::max();
+      case 2: return S(0x80);
+      case 3: return S(1 + rng() % std::numeric_limits<S>::max());
+      default: return S(0);
+    }
   }
 }
 
-TEST(MotionHistory, MatchesReference) {
-  checkMember<Kvp8u>(kvpiUpdateMotionHistory_8u32f_C1IR);
-  checkMember<Kvp16u>(kvpiUpdateMotionHistory_16u32f_C1IR);
-  checkMember<Kvp32f>(kvpiUpdateMotionHistory_32f_C1IR);
+// History values clustered around the limit, plus the special values.
+float randomHistory(kvt::Rng& rng, float ts, float limit) {
+  switch (rng() % 14) {
+    case 0: return limit;                              // kept
+    case 1: return std::nextafter(limit, -kInf);       // just below: cleared
+    case 2: return std::nextafter(limit, kInf);        // kept
+    case 3: return kNaN;                               // kept
+    case 4: return std::bit_cast<float>(0xff800123u);  // signalling-pattern NaN, kept bit for bit
+    case 5: return -0.f;
+    case 6: return kInf;
+    case 7: return -kInf;
+    case 8: return ts;
+    case 9: return std::numeric_limits<float>::denorm_min();
+    default: {
+      const float span =
+          std::isfinite(limit) && std::isfinite(ts) ? std::fmin(std::fabs(ts - limit) + 1.f, 1e36f) : 100.f;
+      const float c = std::isfinite(limit) ? limit : 0.f;
+      return std::uniform_real_distribution<float>(c - 2 * span, c + 2 * span)(rng);
+    }
+  }
+}
+
+struct Stamp {
+  float ts, dur;
+};
+
+// Time stamps and durations: ordinary ones and the edges (zero duration,
+// -0.0 duration, a limit that underflows to a huge negative, infinities,
+// NaN stamps or durations, which make the limit NaN so that every still
+// history is kept).
+const std::vector<Stamp>& stamps() {
+  static const std::vector<Stamp> s = {
+      {100.25f, 10.5f}, {5.f, 0.f},   {5.f, -0.f},  {-3.5f, 2.f},   {-0.f, 1.f},     {1e30f, 3e38f},
+      {0.1f, 0.2f},     {7.f, kInf},  {kInf, 1.f},  {kNaN, 1.f},    {3.f, kNaN},     {16777216.f, 1.f},
+  };
+  return s;
+}
+
+template <class S>
+void checkMember(MotionFn<S> f, uint64_t salt) {
+  kvt::Rng rng = kvt::makeRng(salt);
+  size_t i = 0;
+  for (KvpiSize sz : kvt::sizeSweep()) {
+    const Stamp st = stamps()[i++ % stamps().size()];
+    const float limit = st.ts - st.dur;
+    SCOPED_TRACE(kvt::describe(sz) + " ts " + std::to_string(st.ts) + " dur " + std::to_string(st.dur));
+    Plane<S> sil(sz.width, sz.height, 1, rng);
+    Plane<Kvp32f> mhi(sz.width, sz.height, 1, rng);
+    sil.fill([&] { return randomSilhouette<S>(rng); });
+    mhi.fill([&] { return randomHistory(rng, st.ts, limit); });
+
+    Plane<Kvp32f> expect = mhi;
+    for (int y = 0; y < sz.height; ++y)
+      for (int x = 0; x < sz.width; ++x) expect.at(x, y) = refUpdate(sil.at(x, y), mhi.at(x, y), st.ts, limit);
+
+    const auto silBefore = sil.bytes();
+    const auto before = mhi.bytes();
+    ASSERT_EQ(kvpStsOk, f(sil.roi(), sil.step(), mhi.roi(), mhi.step(), sz, st.ts, st.dur));
+    ASSERT_TRUE(kvt::sameRoi(mhi, expect));
+    ASSERT_TRUE(mhi.sameOutsideRoi(before));
+    ASSERT_TRUE(sil.unchanged(silBefore));
+  }
+}
+
+TEST(MotionHistory, MatchesReference8u) { checkMember<Kvp8u>(kvpiUpdateMotionHistory_8u32f_C1IR, 1); }
+TEST(MotionHistory, MatchesReference16u) { checkMember<Kvp16u>(kvpiUpdateMotionHistory_16u32f_C1IR, 2); }
+TEST(MotionHistory, MatchesReference32f) { checkMember<Kvp32f>(kvpiUpdateMotionHistory_32f_C1IR, 3); }
+
+// Row steps that share no alignment: every start offset of the ROI against
+// the vector width, both planes padded independently, widths around the
+// vector blocks.
+TEST(MotionHistory, OffsetsAndWidthsAroundVectorBlocks) {
+  kvt::Rng rng = kvt::makeRng(4);
+  for (int w = 1; w <= 70; ++w)
+    for (int off = 0; off < 4; ++off) {
+      Plane<Kvp8u> sil(w, 3, 1, rng, (w + off) % 7, (off * 5) % 16);
+      Plane<Kvp32f> mhi(w, 3, 1, rng, 4 * ((w + off) % 5), off);
+      sil.fill([&] { return randomSilhouette<Kvp8u>(rng); });
+      mhi.fill([&] { return randomHistory(rng, 9.f, 4.f); });
+      Plane<Kvp32f> expect = mhi;
+      for (int y = 0; y < 3; ++y)
+        for (int x = 0; x < w; ++x) expect.at(x, y) = refUpdate(sil.at(x, y), mhi.at(x, y), 9.f, 4.f);
+      const auto before = mhi.bytes();
+      ASSERT_EQ(kvpStsOk, kvpiUpdateMotionHistory_8u32f_C1IR(sil.roi(), sil.step(), mhi.roi(), mhi.step(), mhi.size(),
+                                                             9.f, 5.f));
+      ASSERT_TRUE(kvt::sameRoi(mhi, expect)) << "width " << w << " offset " << off;
+      ASSERT_TRUE(mhi.sameOutsideRoi(before)) << "width " << w << " offset " << off;
+    }
+}
+
+// A run of frames, as a caller would use it: a bar that moves right one
+// column per frame leaves a trail of decreasing stamps exactly as long as
+// the duration, and nothing older.
+TEST(MotionHistory, TrailOfAMovingBar) {
+  const int w = 40, frames = 30;
+  const float dur = 5.f;
+  std::vector<Kvp16u> sil(w);
+  std::vector<Kvp32f> mhi(w, 0.f);
+  for (int f = 1; f <= frames; ++f) {
+    std::fill(sil.begin(), sil.end(), 0);
+    sil[f] = 1000;
+    ASSERT_EQ(kvpStsOk, kvpiUpdateMotionHistory_16u32f_C1IR(sil.data(), w * 2, mhi.data(), w * 4, {w, 1}, (float)f, dur));
+  }
+  for (int x = 0; x < w; ++x) {
+    const bool inTrail = x <= frames && x >= frames - (int)dur;
+    EXPECT_EQ(inTrail ? (float)x : 0.f, mhi[x]) << "column " << x;
+  }
 }
 
 TEST(MotionHistory, ZeroDurationKeepsOnlyTheCurrentStamp) {
-  const Kvp8u sil[4] = {0, 0, 0, 255};
-  Kvp32f mhi[4] = {5.f, 4.999f, 0.f, 1.f};
-  ASSERT_EQ(kvpStsOk, kvpiUpdateMotionHistory_8u32f_C1IR(sil, 4, mhi, 16, {4, 1}, 5.f, 0.f));
+  const Kvp8u sil[5] = {0, 0, 0, 255, 0};
+  Kvp32f mhi[5] = {5.f, 4.999f, -7.f, 1.f, 6.f};
+  ASSERT_EQ(kvpStsOk, kvpiUpdateMotionHistory_8u32f_C1IR(sil, 5, mhi, 20, {5, 1}, 5.f, 0.f));
   EXPECT_EQ(5.f, mhi[0]);
-  EXPECT_EQ(0.f, mhi[1]);
-  EXPECT_FALSE(std::signbit(mhi[1]));
-  EXPECT_EQ(0.f, mhi[2]);
+  EXPECT_EQ(0u, std::bit_cast<uint32_t>(mhi[1]));  // cleared to +0.0 exactly
+  EXPECT_EQ(0u, std::bit_cast<uint32_t>(mhi[2]));
   EXPECT_EQ(5.f, mhi[3]);
+  EXPECT_EQ(6.f, mhi[4]);  // newer than the stamp: not below the limit
 }
 
-TEST(MotionHistory, ChecksInOrderAndNoWrite) {
-  kvt::Rng rng = kvt::makeRng(3);
-  Plane<Kvp16u> sil(8, 3, 1, rng);
-  Plane<Kvp32f> mhi(8, 3, 1, rng);
-  const auto before = mhi.bytes();
-  EXPECT_EQ(kvpStsNullPtr, kvpiUpdateMotionHistory_16u32f_C1IR(nullptr, 16, mhi.roi(), 32, {0, 3}, 1.f, -1.f));
-  EXPECT_EQ(kvpStsBadSize, kvpiUpdateMotionHistory_16u32f_C1IR(sil.roi(), 0, mhi.roi(), 0, {8, 0}, 1.f, -1.f));
-  EXPECT_EQ(kvpStsBadStep, kvpiUpdateMotionHistory_16u32f_C1IR(sil.roi(), 15, mhi.roi(), 32, {8, 3}, 1.f, -1.f));
-  EXPECT_EQ(kvpStsBadStep, kvpiUpdateMotionHistory_16u32f_C1IR(sil.roi(), 16, mhi.roi(), 31, {8, 3}, 1.f, -1.f));
-  EXPECT_EQ(kvpStsStepNotMultiple,
-            kvpiUpdateMotionHistory_16u32f_C1IR(sil.roi(), 17, mhi.roi(), 32, {8, 3}, 1.f, -1.f));
-  EXPECT_EQ(kvpStsStepNotMultiple,
-            kvpiUpdateMotionHistory_16u32f_C1IR(sil.roi(), 18, mhi.roi(), 34, {8, 3}, 1.f, -1.f));
-  EXPECT_EQ(kvpStsOutOfRange, kvpiUpdateMotionHistory_16u32f_C1IR(sil.roi(), 18, mhi.roi(), 36, {8, 3}, 1.f, -1.f));
-  // The 8-bit member has no silhouette step multiple to test.
-  Plane<Kvp8u> sil8(8, 3, 1, rng);
-  EXPECT_EQ(kvpStsOutOfRange, kvpiUpdateMotionHistory_8u32f_C1IR(sil8.roi(), 9, mhi.roi(), 36, {8, 3}, 1.f, -0.5f));
-  EXPECT_EQ(kvpStsStepNotMultiple, kvpiUpdateMotionHistory_8u32f_C1IR(sil8.roi(), 9, mhi.roi(), 34, {8, 3}, 1.f, 1.f));
-  Plane<Kvp32f> silf(8, 3, 1, rng);
-  EXPECT_EQ(kvpStsStepNotMultiple, kvpiUpdateMotionHistory_32f_C1IR(silf.roi(), 34, mhi.roi(), 32, {8, 3}, 1.f, 1.f));
-  EXPECT_TRUE(mhi.unchanged(before));
+// Signed zeros are still, NaNs of either sign move; at every position of
+// rows of several widths, so both the vector blocks and the row tails see
+// each value.
+TEST(MotionHistory, FloatSilhouetteZeroSigns) {
+  const Kvp32f pattern[5] = {-0.f, 0.f, kNaN, -kNaN, -0.f};
+  for (int w = 1; w <= 19; ++w)
+    for (int shift = 0; shift < 5; ++shift) {
+      std::vector<Kvp32f> sil(w), mhi(w, 1.f);
+      for (int x = 0; x < w; ++x) sil[x] = pattern[(x + shift) % 5];
+      ASSERT_EQ(kvpStsOk, kvpiUpdateMotionHistory_32f_C1IR(sil.data(), w * 4, mhi.data(), w * 4, {w, 1}, 3.f, 0.5f));
+      for (int x = 0; x < w; ++x) {
+        const uint32_t expect = std::isnan(sil[x]) ? std::bit_cast<uint32_t>(3.f) : 0u;
+        ASSERT_EQ(expect, std::bit_cast<uint32_t>(mhi[x])) << "width " << w << " x " << x;
+      }
+    }
+}
+
+// A duration of -0.0 is not negative; a NaN duration passes the range check
+// and makes the limit NaN, so no still history is below it.
+TEST(MotionHistory, SignedZeroAndNaNDurations) {
+  const Kvp8u sil[3] = {0, 0, 1};
+  Kvp32f mhi[3] = {-100.f, 2.f, 0.f};
+  ASSERT_EQ(kvpStsOk, kvpiUpdateMotionHistory_8u32f_C1IR(sil, 3, mhi, 12, {3, 1}, 2.f, -0.f));
+  EXPECT_EQ(0.f, mhi[0]);
+  EXPECT_EQ(2.f, mhi[1]);
+  EXPECT_EQ(2.f, mhi[2]);
+  Kvp32f keep[3] = {-100.f, 2.f, 0.f};
+  ASSERT_EQ(kvpStsOk, kvpiUpdateMotionHistory_8u32f_C1IR(sil, 3, keep, 12, {3, 1}, 9.f, kNaN));
+  EXPECT_EQ(-100.f, keep[0]);
+  EXPECT_EQ(2.f, keep[1]);
+  EXPECT_EQ(9.f, keep[2]);
+}
+
+// ---- argument checks ------------------------------------------------------------
+
+struct CheckCase {
+  const char* what;
+  bool nullSil, nullMhi;
+  KvpiSize size;
+  int silStep, mhiStep;
+  float dur;
+  KvpStatus expect;
+};
+
+// Runs each case against one member; every failing call must leave the
+// history untouched.
+template <class S>
+void runChecks(MotionFn<S> f, const std::vector<CheckCase>& cases) {
+  kvt::Rng rng = kvt::makeRng(5 + sizeof(S));
+  // Planes big enough for every step used below.
+  Plane<S> sil(8, 3, 1, rng, 64);
+  Plane<Kvp32f> mhi(8, 3, 1, rng, 64);
+  sil.fill([&] { return S(1); });
+  for (const CheckCase& c : cases) {
+    const auto before = mhi.bytes();
+    const KvpStatus st = f(c.nullSil ? nullptr : sil.roi(), c.silStep, c.nullMhi ? nullptr : mhi.roi(), c.mhiStep,
+                           c.size, 1.f, c.dur);
+    EXPECT_EQ(c.expect, st) << c.what;
+    if (st != kvpStsOk) {
+      EXPECT_TRUE(mhi.unchanged(before)) << c.what;
+    }
+  }
+}
+
+// Cases every member shares; e is the silhouette element size.
+std::vector<CheckCase> commonChecks(int e) {
+  const int s = 8 * e, m = 32;  // the smallest valid steps for width 8
+  return {
+      {"null silhouette first", true, false, {0, 0}, -1, -1, -1.f, kvpStsNullPtr},
+      {"null history first", false, true, {0, 0}, -1, -1, -1.f, kvpStsNullPtr},
+      {"both null", true, true, {8, 3}, s, m, 1.f, kvpStsNullPtr},
+      {"zero width before steps", false, false, {0, 3}, -1, -1, -1.f, kvpStsBadSize},
+      {"negative height", false, false, {8, -1}, s, m, 1.f, kvpStsBadSize},
+      {"zero height", false, false, {8, 0}, s, m, 1.f, kvpStsBadSize},
+      {"short silhouette step before multiples", false, false, {8, 3}, s - 1, m + 2, -1.f, kvpStsBadStep},
+      {"short history step", false, false, {8, 3}, s, m - 4, -1.f, kvpStsBadStep},
+      {"negative silhouette step", false, false, {8, 3}, -s, m, 1.f, kvpStsBadStep},
+      {"negative history step", false, false, {8, 3}, s, -m, 1.f, kvpStsBadStep},
+      {"history step not a multiple of 4", false, false, {8, 3}, s, m + 2, -1.f, kvpStsStepNotMultiple},
+      {"history step odd", false, false, {8, 3}, s, m + 1, 1.f, kvpStsStepNotMultiple},
+      {"negative duration last", false, false, {8, 3}, s, m, -1.f, kvpStsOutOfRange},
+      {"tiny negative duration", false, false, {8, 3}, s, m, -std::numeric_limits<float>::denorm_min(),
+       kvpStsOutOfRange},
+      {"minus infinity duration", false, false, {8, 3}, s, m, -kInf, kvpStsOutOfRange},
+      {"smallest steps", false, false, {8, 3}, s, m, 0.f, kvpStsOk},
+      {"padded steps", false, false, {8, 3}, s + 4 * e, m + 8, 2.f, kvpStsOk},
+  };
+}
+
+TEST(MotionHistory, Checks8u) {
+  auto cases = commonChecks(1);
+  // The 8-bit member tests only the history step's multiple.
+  cases.push_back({"odd silhouette step is fine", false, false, {8, 3}, 9, 32, 1.f, kvpStsOk});
+  cases.push_back({"odd silhouette step, negative duration", false, false, {8, 3}, 11, 32, -1.f, kvpStsOutOfRange});
+  runChecks<Kvp8u>(kvpiUpdateMotionHistory_8u32f_C1IR, cases);
+}
+
+TEST(MotionHistory, Checks16u) {
+  auto cases = commonChecks(2);
+  cases.push_back({"odd silhouette step", false, false, {8, 3}, 17, 32, 1.f, kvpStsStepNotMultiple});
+  cases.push_back({"odd silhouette step before duration", false, false, {8, 3}, 17, 32, -1.f, kvpStsStepNotMultiple});
+  cases.push_back({"silhouette step 2 mod 4 is fine", false, false, {8, 3}, 18, 32, 1.f, kvpStsOk});
+  runChecks<Kvp16u>(kvpiUpdateMotionHistory_16u32f_C1IR, cases);
+}
+
+TEST(MotionHistory, Checks32f) {
+  auto cases = commonChecks(4);
+  cases.push_back({"silhouette step 2 mod 4", false, false, {8, 3}, 34, 32, 1.f, kvpStsStepNotMultiple});
+  cases.push_back({"silhouette step odd", false, false, {8, 3}, 33, 32, -1.f, kvpStsStepNotMultiple});
+  // Width 10: 41 bytes is long enough but not a multiple; 36 is too short.
+  cases.push_back({"41-byte step", false, false, {10, 1}, 41, 40, 1.f, kvpStsStepNotMultiple});
+  cases.push_back({"36-byte step", false, false, {10, 1}, 36, 40, 1.f, kvpStsBadStep});
+  runChecks<Kvp32f>(kvpiUpdateMotionHistory_32f_C1IR, cases);
+}
+
+// Steps whose row-byte product would overflow 32 bits are still rejected.
+TEST(MotionHistory, HugeWidthIsABadStepNotAnOverflow) {
+  const Kvp8u sil = 0;
+  Kvp32f mhi = 1.f;
+  EXPECT_EQ(kvpStsBadStep,
+            kvpiUpdateMotionHistory_8u32f_C1IR(&sil, 0x7fffffff, &mhi, 0x7ffffffc, {0x40000000, 1}, 1.f, 1.f));
+  EXPECT_EQ(1.f, mhi);
 }
 
 }  // namespace
