@@ -16,6 +16,11 @@
 #include "frame/checks.h"
 #include "frame/parallel.h"
 
+#if KVP_HAVE_HWY
+#include <hwy/highway.h>
+namespace hn = hwy::HWY_NAMESPACE;
+#endif
+
 namespace kvp::detect {
 namespace {
 
@@ -92,26 +97,108 @@ KvpStatus checkStdDev(const TS* src, int srcStep, const TQ* sqr, int sqrStep, co
 
 // One table row: d[0] = val, d[x + 1] = above[x + 1] + (row prefix through x).
 template <class T, bool Square>
-void uprightRow(const Kvp8u* __restrict s, const T* __restrict above, T* __restrict d, int w, T val) {
-  // The running prefix is serial; it is staged in blocks so that the
-  // additions to the row above vectorise.
-  constexpr int kBlock = 256;
-  uint32_t pre[kBlock];
-  uint32_t r = 0;
-  d[0] = val;
-  for (int x0 = 0; x0 < w; x0 += kBlock) {
-    const int n = w - x0 < kBlock ? w - x0 : kBlock;
-    for (int i = 0; i < n; ++i) {
-      const uint32_t p = s[x0 + i];
-      r += Square ? p * p : p;
-      pre[i] = r;
-    }
-    const T* a = above + x0 + 1;
-    T* o = d + x0 + 1;
-#pragma omp simd
-    for (int i = 0; i < n; ++i) o[i] = store<T>(load(a[i]) + fromPrefix<T>(pre[i]));
+void uprightRowScalar(const Kvp8u* __restrict s, const T* __restrict above, T* __restrict d, int x0, int w,
+                      uint32_t r) {
+  for (int x = x0; x < w; ++x) {
+    const uint32_t p = s[x];
+    r += Square ? p * p : p;
+    d[x + 1] = store<T>(load(above[x + 1]) + fromPrefix<T>(r));
   }
 }
+
+#if KVP_HAVE_HWY
+using D8 = hn::Full128<uint8_t>;
+using D16 = hn::Full128<uint16_t>;
+using D32 = hn::Full128<uint32_t>;
+using DI32 = hn::Full128<int32_t>;
+using DF32 = hn::Full128<float>;
+using DF64 = hn::Full128<double>;
+using V16 = hn::Vec<D16>;
+using V32 = hn::Vec<D32>;
+
+// Inclusive prefix sums across the lanes of one vector.
+HWY_INLINE V16 prefix(V16 v) {
+  const D16 d;
+  v = hn::Add(v, hn::ShiftLeftLanes<1>(d, v));
+  v = hn::Add(v, hn::ShiftLeftLanes<2>(d, v));
+  return hn::Add(v, hn::ShiftLeftLanes<4>(d, v));
+}
+HWY_INLINE V32 prefix(V32 v) {
+  const D32 d;
+  v = hn::Add(v, hn::ShiftLeftLanes<1>(d, v));
+  return hn::Add(v, hn::ShiftLeftLanes<2>(d, v));
+}
+HWY_INLINE V32 lower32(V16 v) { return hn::PromoteTo(D32(), hn::LowerHalf(hn::Half<D16>(), v)); }
+HWY_INLINE V32 upper32(V16 v) { return hn::PromoteTo(D32(), hn::UpperHalf(hn::Half<D16>(), v)); }
+
+// Four table entries: o[i] = a[i] + prefix lane i, in the table's arithmetic.
+template <class T>
+HWY_INLINE void emit4(const T* a, T* o, V32 p) {
+  if constexpr (std::is_same_v<T, Kvp32s>) {
+    const D32 d;
+    hn::StoreU(hn::Add(hn::LoadU(d, (const uint32_t*)a), p), d, (uint32_t*)o);
+  } else if constexpr (std::is_same_v<T, Kvp32f>) {
+    const DF32 d;
+    hn::StoreU(hn::Add(hn::LoadU(d, a), hn::ConvertTo(d, hn::BitCast(DI32(), p))), d, o);
+  } else {
+    const DF64 d;
+    const hn::Half<DI32> dh;
+    const auto pi = hn::BitCast(DI32(), p);
+    hn::StoreU(hn::Add(hn::LoadU(d, a), hn::PromoteTo(d, hn::LowerHalf(dh, pi))), d, o);
+    hn::StoreU(hn::Add(hn::LoadU(d, a + 2), hn::PromoteTo(d, hn::UpperHalf(dh, pi))), d, o + 2);
+  }
+}
+
+// Sixteen pixels at a time: the sums take their prefix in 16-bit lanes
+// (eight pixels of at most 255), the squares in 32-bit lanes; the running
+// total is carried across vectors as a broadcast of the last lane.
+template <class TS, class TQ, bool WithSqr>
+void uprightRows(const Kvp8u* __restrict s, const TS* __restrict aS, TS* __restrict dS, const TQ* __restrict aQ,
+                 TQ* __restrict dQ, int w) {
+  const D8 d8;
+  const D16 d16;
+  const D32 d32;
+  V32 cs = hn::Zero(d32), cq = hn::Zero(d32);
+  int x = 0;
+  for (; x + 16 <= w; x += 16) {
+    const auto bytes = hn::LoadU(d8, s + x);
+    const V16 lo = hn::PromoteTo(d16, hn::LowerHalf(hn::Half<D8>(), bytes));
+    const V16 hi = hn::PromoteTo(d16, hn::UpperHalf(hn::Half<D8>(), bytes));
+    const V16 plo = prefix(lo), phi = prefix(hi);
+    const V32 s0 = hn::Add(lower32(plo), cs);
+    const V32 s1 = hn::Add(upper32(plo), cs);
+    cs = hn::Broadcast<3>(s1);
+    const V32 s2 = hn::Add(lower32(phi), cs);
+    const V32 s3 = hn::Add(upper32(phi), cs);
+    cs = hn::Broadcast<3>(s3);
+    emit4(aS + x + 1, dS + x + 1, s0);
+    emit4(aS + x + 5, dS + x + 5, s1);
+    emit4(aS + x + 9, dS + x + 9, s2);
+    emit4(aS + x + 13, dS + x + 13, s3);
+    if constexpr (WithSqr) {
+      const V16 qlo = hn::Mul(lo, lo), qhi = hn::Mul(hi, hi);  // at most 65025
+      const V32 q0 = hn::Add(prefix(lower32(qlo)), cq);
+      const V32 q1 = hn::Add(prefix(upper32(qlo)), hn::Broadcast<3>(q0));
+      const V32 q2 = hn::Add(prefix(lower32(qhi)), hn::Broadcast<3>(q1));
+      const V32 q3 = hn::Add(prefix(upper32(qhi)), hn::Broadcast<3>(q2));
+      cq = hn::Broadcast<3>(q3);
+      emit4(aQ + x + 1, dQ + x + 1, q0);
+      emit4(aQ + x + 5, dQ + x + 5, q1);
+      emit4(aQ + x + 9, dQ + x + 9, q2);
+      emit4(aQ + x + 13, dQ + x + 13, q3);
+    }
+  }
+  uprightRowScalar<TS, false>(s, aS, dS, x, w, hn::GetLane(cs));
+  if constexpr (WithSqr) uprightRowScalar<TQ, true>(s, aQ, dQ, x, w, hn::GetLane(cq));
+}
+#else
+template <class TS, class TQ, bool WithSqr>
+void uprightRows(const Kvp8u* __restrict s, const TS* __restrict aS, TS* __restrict dS, const TQ* __restrict aQ,
+                 TQ* __restrict dQ, int w) {
+  uprightRowScalar<TS, false>(s, aS, dS, 0, w, 0);
+  if constexpr (WithSqr) uprightRowScalar<TQ, true>(s, aQ, dQ, 0, w, 0);
+}
+#endif
 
 template <class T>
 void fillRow(T* d, int n, T val) {
@@ -126,9 +213,16 @@ KvpStatus upright(const Kvp8u* src, int srcStep, TS* dst, int dstStep, TQ* sqr, 
   fillRow(dst, w + 1, val);
   if constexpr (WithSqr) fillRow(sqr, w + 1, valSqr);
   for (int y = 0; y < roi.height; ++y) {
-    const Kvp8u* s = rowAt(src, srcStep, y);
-    uprightRow<TS, false>(s, rowAt(dst, dstStep, y), rowAt(dst, dstStep, y + 1), w, val);
-    if constexpr (WithSqr) uprightRow<TQ, true>(s, rowAt(sqr, sqrStep, y), rowAt(sqr, sqrStep, y + 1), w, valSqr);
+    TS* dS = rowAt(dst, dstStep, y + 1);
+    dS[0] = val;
+    TQ* dQ = nullptr;
+    const TQ* aQ = nullptr;
+    if constexpr (WithSqr) {
+      dQ = rowAt(sqr, sqrStep, y + 1);
+      aQ = rowAt(sqr, sqrStep, y);
+      dQ[0] = valSqr;
+    }
+    uprightRows<TS, TQ, WithSqr>(rowAt(src, srcStep, y), rowAt(dst, dstStep, y), dS, aQ, dQ, w);
   }
   return kvpStsOk;
 }
