@@ -293,10 +293,38 @@ Corners tiltedCorners(KvpiRect r) {
           2 * (long long)w * h};
 }
 
+// Each path computes one output from the four sum reads and the four
+// squared reads (a - b - c + d); vec4() computes four neighbouring outputs
+// with the same operations lane by lane, so both give identical bits.
+
+#if KVP_HAVE_HWY
+using VF = hn::Vec<DF32>;
+using VD = hn::Vec<DF64>;
+using VI = hn::Vec<DI32>;
+
+template <class V>
+HWY_INLINE V corners(V a, V b, V c, V d) {
+  return hn::Add(hn::Sub(hn::Sub(a, b), c), d);
+}
+// Negative variances become 0; NaN passes through as in the scalar form.
+template <class D>
+HWY_INLINE hn::Vec<D> clampNegative(D d, hn::Vec<D> v) {
+  return hn::IfThenElse(hn::Lt(v, hn::Zero(d)), hn::Zero(d), v);
+}
+// Four doubles at p narrowed to floats.
+HWY_INLINE VF narrow4(const Kvp64f* p) {
+  const hn::Half<DF32> dh;
+  return hn::Combine(DF32(), hn::DemoteTo(dh, hn::LoadU(DF64(), p + 2)), hn::DemoteTo(dh, hn::LoadU(DF64(), p)));
+}
+#endif
+
 // Single precision throughout, squared sums narrowed as read.
 struct PathFloat {
+  using Sum = Kvp32f;
+  using Sqr = Kvp64f;
+  using Out = Kvp32f;
   float n;
-  explicit PathFloat(long long cnt, int) : n((float)cnt) {}
+  PathFloat(long long cnt, int) : n((float)cnt) {}
   Kvp32f operator()(Kvp32f a, Kvp32f b, Kvp32f c, Kvp32f d, Kvp64f qa, Kvp64f qb, Kvp64f qc, Kvp64f qd) const {
     const float sum = a - b - c + d;
     const float sq = (float)qa - (float)qb - (float)qc + (float)qd;
@@ -305,15 +333,30 @@ struct PathFloat {
     if (var < 0.f) var = 0.f;
     return std::sqrt(var);
   }
+#if KVP_HAVE_HWY
+  HWY_INLINE void vec4(const Kvp32f* const* s, const Kvp64f* const* q, int j, Kvp32f* o) const {
+    const DF32 df;
+    const VF sum = corners(hn::LoadU(df, s[0] + j), hn::LoadU(df, s[1] + j), hn::LoadU(df, s[2] + j),
+                           hn::LoadU(df, s[3] + j));
+    const VF sq = corners(narrow4(q[0] + j), narrow4(q[1] + j), narrow4(q[2] + j), narrow4(q[3] + j));
+    const VF vn = hn::Set(df, n);
+    const VF mean = hn::Div(sum, vn);
+    const VF var = clampNegative(df, hn::Sub(hn::Div(sq, vn), hn::Mul(mean, mean)));
+    hn::StoreU(hn::Sqrt(var), df, o + j);
+  }
+#endif
 };
 
 // Differences, means and variance in double; the clamped variance is
 // narrowed and its single-precision root stored. Integer sums are
 // differenced modulo 2^32 before conversion.
+template <class S>
 struct PathDouble {
+  using Sum = S;
+  using Sqr = Kvp64f;
+  using Out = Kvp32f;
   double n;
-  explicit PathDouble(long long cnt, int) : n((double)cnt) {}
-  template <class S>
+  PathDouble(long long cnt, int) : n((double)cnt) {}
   Kvp32f operator()(S a, S b, S c, S d, Kvp64f qa, Kvp64f qb, Kvp64f qc, Kvp64f qd) const {
     double sum;
     if constexpr (std::is_same_v<S, Kvp32s>)
@@ -326,18 +369,58 @@ struct PathDouble {
     if (var < 0.0) var = 0.0;
     return std::sqrt((float)var);
   }
+#if KVP_HAVE_HWY
+  // Two outputs from their sums (as doubles) and squared reads at p[k].
+  HWY_INLINE hn::Vec<hn::Half<DF32>> half(VD sum, const Kvp64f* const* q, int j) const {
+    const DF64 dd;
+    const VD sq = corners(hn::LoadU(dd, q[0] + j), hn::LoadU(dd, q[1] + j), hn::LoadU(dd, q[2] + j),
+                          hn::LoadU(dd, q[3] + j));
+    const VD vn = hn::Set(dd, n);
+    const VD mean = hn::Div(sum, vn);
+    const VD var = clampNegative(dd, hn::Sub(hn::Div(sq, vn), hn::Mul(mean, mean)));
+    return hn::DemoteTo(hn::Half<DF32>(), var);
+  }
+  HWY_INLINE void vec4(const S* const* s, const Kvp64f* const* q, int j, Kvp32f* o) const {
+    const DF64 dd;
+    const hn::Half<DI32> dih;
+    const hn::Half<DF32> dfh;
+    VD lo, hi;
+    if constexpr (std::is_same_v<S, Kvp32s>) {
+      const DI32 di;
+      const VI sum = corners(hn::LoadU(di, s[0] + j), hn::LoadU(di, s[1] + j), hn::LoadU(di, s[2] + j),
+                             hn::LoadU(di, s[3] + j));
+      lo = hn::PromoteTo(dd, hn::LowerHalf(dih, sum));
+      hi = hn::PromoteTo(dd, hn::UpperHalf(dih, sum));
+    } else {
+      VD l[4], h[4];
+      for (int k = 0; k < 4; ++k) {
+        const VF v = hn::LoadU(DF32(), s[k] + j);
+        l[k] = hn::PromoteTo(dd, hn::LowerHalf(dfh, v));
+        h[k] = hn::PromoteTo(dd, hn::UpperHalf(dfh, v));
+      }
+      lo = corners(l[0], l[1], l[2], l[3]);
+      hi = corners(h[0], h[1], h[2], h[3]);
+    }
+    const VF var = hn::Combine(DF32(), half(hi, q, j + 2), half(lo, q, j));
+    hn::StoreU(hn::Sqrt(var), DF32(), o + j);
+  }
+#endif
 };
 
-// Truncation toward zero as the processor's conversion does it: values out
-// of the 32-bit range (and NaN) give INT_MIN.
+// Truncation toward zero into 32 bits; values at or above 2^31 - 1 and NaN
+// saturate to INT_MAX, values below the range give INT_MIN.
 inline int32_t truncToInt(double v) {
-  if (!(v > -2147483649.0 && v < 2147483648.0)) return INT_MIN;
+  if (!(v < 2147483647.0)) return INT_MAX;
+  if (v <= -2147483649.0) return INT_MIN;
   return (int32_t)v;
 }
 
 // Integer differences modulo 2^32, single-precision means and variance,
 // double-precision root, scale, + 0.5 and truncation.
 struct PathScaled {
+  using Sum = Kvp32s;
+  using Sqr = Kvp32s;
+  using Out = Kvp32s;
   float n;
   double scale;
   PathScaled(long long cnt, int scaleFactor) : n((float)cnt), scale(std::ldexp(1.0, -scaleFactor)) {}
@@ -349,21 +432,48 @@ struct PathScaled {
     if (var < 0.f) var = 0.f;
     return truncToInt(std::sqrt((double)var) * scale + 0.5);
   }
+#if KVP_HAVE_HWY
+  HWY_INLINE hn::Vec<hn::Half<DI32>> round2(hn::Vec<hn::Half<DF32>> var) const {
+    const DF64 dd;
+    const VD t = hn::Add(hn::Mul(hn::Sqrt(hn::PromoteTo(dd, var)), hn::Set(dd, scale)), hn::Set(dd, 0.5));
+    const VD big = hn::Set(dd, 2147483647.0);
+    const VD low = hn::Set(dd, -2147483649.0);
+    // NaN and values from 2^31 - 1 up saturate; the rest truncate.
+    const VD inRange = hn::IfThenElse(hn::Lt(t, big), t, big);
+    const VD c = hn::IfThenElse(hn::Le(inRange, low), low, inRange);
+    return hn::DemoteTo(hn::Half<DI32>(), c);
+  }
+  HWY_INLINE void vec4(const Kvp32s* const* s, const Kvp32s* const* q, int j, Kvp32s* o) const {
+    const DI32 di;
+    const DF32 df;
+    const VI sum = corners(hn::LoadU(di, s[0] + j), hn::LoadU(di, s[1] + j), hn::LoadU(di, s[2] + j),
+                           hn::LoadU(di, s[3] + j));
+    const VI sq = corners(hn::LoadU(di, q[0] + j), hn::LoadU(di, q[1] + j), hn::LoadU(di, q[2] + j),
+                          hn::LoadU(di, q[3] + j));
+    const VF vn = hn::Set(df, n);
+    const VF mean = hn::Div(hn::ConvertTo(df, sum), vn);
+    const VF var = clampNegative(df, hn::Sub(hn::Div(hn::ConvertTo(df, sq), vn), hn::Mul(mean, mean)));
+    const hn::Half<DF32> dfh;
+    const VI r = hn::Combine(di, round2(hn::UpperHalf(dfh, var)), round2(hn::LowerHalf(dfh, var)));
+    hn::StoreU(r, di, o + j);
+  }
+#endif
 };
 
-template <class TS, class TQ, class TD, class Path>
-void stdDevRow(const TS* src, int srcStep, const TQ* sqr, int sqrStep, TD* __restrict d, int w, const Corners& k,
-               const Path& path) {
-  const TS* s[4];
-  const TQ* q[4];
+template <class Path>
+void stdDevRow(const typename Path::Sum* src, int srcStep, const typename Path::Sqr* sqr, int sqrStep,
+               typename Path::Out* d, int w, const Corners& k, const Path& path) {
+  const typename Path::Sum* s[4];
+  const typename Path::Sqr* q[4];
   for (int i = 0; i < 4; ++i) {
     s[i] = rowAt(src, srcStep, k.row[i]) + k.col[i];
     q[i] = rowAt(sqr, sqrStep, k.row[i]) + k.col[i];
   }
-  const TS *s0 = s[0], *s1 = s[1], *s2 = s[2], *s3 = s[3];
-  const TQ *q0 = q[0], *q1 = q[1], *q2 = q[2], *q3 = q[3];
-#pragma omp simd
-  for (int j = 0; j < w; ++j) d[j] = path(s0[j], s1[j], s2[j], s3[j], q0[j], q1[j], q2[j], q3[j]);
+  int j = 0;
+#if KVP_HAVE_HWY
+  for (; j + 4 <= w; j += 4) path.vec4(s, q, j, d);
+#endif
+  for (; j < w; ++j) d[j] = path(s[0][j], s[1][j], s[2][j], s[3][j], q[0][j], q[1][j], q[2][j], q[3][j]);
 }
 
 constexpr long long kStdDevThreadArea = 65536;
@@ -445,7 +555,7 @@ KvpStatus KVP_BODY(kvpiRectStdDev_32f_C1R)(const Kvp32f* pSrc, int srcStep, cons
 }
 KvpStatus KVP_BODY(kvpiRectStdDev_32s32f_C1R)(const Kvp32s* pSrc, int srcStep, const Kvp64f* pSqr, int sqrStep,
                                               Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiRect rect) {
-  return stdDev<Kvp32s, Kvp64f, Kvp32f, PathDouble>(pSrc, srcStep, pSqr, sqrStep, pDst, dstStep, roiSize, rect,
+  return stdDev<Kvp32s, Kvp64f, Kvp32f, PathDouble<Kvp32s>>(pSrc, srcStep, pSqr, sqrStep, pDst, dstStep, roiSize, rect,
                                                     false, false);
 }
 KvpStatus KVP_BODY(kvpiRectStdDev_32s_C1RSfs)(const Kvp32s* pSrc, int srcStep, const Kvp32s* pSqr, int sqrStep,
@@ -457,13 +567,13 @@ KvpStatus KVP_BODY(kvpiRectStdDev_32s_C1RSfs)(const Kvp32s* pSrc, int srcStep, c
 KvpStatus KVP_BODY(kvpiTiltedRectStdDev_32f_C1R)(const Kvp32f* pSrc, int srcStep, const Kvp64f* pSqr,
                                                  int sqrStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize,
                                                  KvpiRect rect) {
-  return stdDev<Kvp32f, Kvp64f, Kvp32f, PathDouble>(pSrc, srcStep, pSqr, sqrStep, pDst, dstStep, roiSize, rect,
+  return stdDev<Kvp32f, Kvp64f, Kvp32f, PathDouble<Kvp32f>>(pSrc, srcStep, pSqr, sqrStep, pDst, dstStep, roiSize, rect,
                                                     true, false);
 }
 KvpStatus KVP_BODY(kvpiTiltedRectStdDev_32s32f_C1R)(const Kvp32s* pSrc, int srcStep, const Kvp64f* pSqr,
                                                     int sqrStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize,
                                                     KvpiRect rect) {
-  return stdDev<Kvp32s, Kvp64f, Kvp32f, PathDouble>(pSrc, srcStep, pSqr, sqrStep, pDst, dstStep, roiSize, rect,
+  return stdDev<Kvp32s, Kvp64f, Kvp32f, PathDouble<Kvp32s>>(pSrc, srcStep, pSqr, sqrStep, pDst, dstStep, roiSize, rect,
                                                     true, false);
 }
 KvpStatus KVP_BODY(kvpiTiltedRectStdDev_32s_C1RSfs)(const Kvp32s* pSrc, int srcStep, const Kvp32s* pSqr,

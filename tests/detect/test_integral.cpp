@@ -367,7 +367,8 @@ int32_t refScaledPath(const int32_t s[4], const int32_t q[4], long long cnt, int
   float var = (float)sq / n - mean * mean;
   if (var < 0.f) var = 0.f;
   const double v = std::sqrt((double)var) * std::pow(2.0, -scaleFactor) + 0.5;
-  return (v >= -2147483648.0 && v < 2147483648.0) ? (int32_t)v : INT_MIN;
+  if (std::isnan(v) || v >= 2147483647.0) return INT_MAX;  // saturates
+  return v > -2147483649.0 ? (int32_t)v : INT_MIN;
 }
 
 // Placement of a window evaluation over a table of tw x th entries: the
@@ -703,19 +704,20 @@ TEST(RectStdDev, NegativeVarianceClampsToZero) {
 // The scaled member: 2^-scaleFactor, + 0.5, truncation.
 TEST(RectStdDev, ScaleFactorRounding) {
   kvt::Rng rng = kvt::makeRng(10);
-  // A 2 x 1 window over pixels 0 and 2d has standard deviation d.
+  // Every 2 x 1 window over alternating pixels 0 and 2d has standard
+  // deviation d; nine outputs cover the vector body and the scalar tail.
   for (int d : {1, 3, 5, 40}) {
-    Plane<Kvp8u> src(2, 1, 1, rng);
-    src.at(0, 0) = 0;
-    src.at(1, 0) = (Kvp8u)(2 * d);
-    Plane<Kvp32s> S(3, 2, 1, rng), Q(3, 2, 1, rng);
+    Plane<Kvp8u> src(10, 1, 1, rng);
+    for (int x = 0; x < 10; ++x) src.at(x, 0) = (Kvp8u)(x % 2 ? 2 * d : 0);
+    Plane<Kvp32s> S(11, 2, 1, rng), Q(11, 2, 1, rng);
     buildTables(src, false, S, Q, 0, 0);
-    for (int sf : {0, 1, 2, -1, -5}) {
-      Kvp32s out = -77;
-      ASSERT_EQ(kvpStsOk, kvpiRectStdDev_32s_C1RSfs(S.roi(), S.step(), Q.roi(), Q.step(), &out, 4, {1, 1},
-                                                    KvpiRect{0, 0, 2, 1}, sf));
-      const double scaled = d * std::pow(2.0, -sf);
-      EXPECT_EQ((int)std::floor(scaled + 0.5), out) << "d " << d << " sf " << sf;
+    for (int sf : {0, 1, 2, -1, -5, 40, -28, -40}) {
+      Plane<Kvp32s> out(9, 1, 1, rng);
+      ASSERT_EQ(kvpStsOk, kvpiRectStdDev_32s_C1RSfs(S.roi(), S.step(), Q.roi(), Q.step(), out.roi(), out.step(),
+                                                    {9, 1}, KvpiRect{0, 0, 2, 1}, sf));
+      const double scaled = d * std::pow(2.0, -sf) + 0.5;
+      const int want = scaled >= 2147483647.0 ? INT_MAX : (int)std::floor(scaled);
+      for (int j = 0; j < 9; ++j) EXPECT_EQ(want, out.at(j, 0)) << "d " << d << " sf " << sf << " at " << j;
     }
   }
   // scaleFactor 1 on deviation 1 is exactly one half, which rounds up.
