@@ -5,10 +5,11 @@
 //   else history >= limit (or NaN)  -> history, unchanged
 //   else                            -> 0
 // written as a branch-free select over whole vectors with a scalar tail.
+#include <type_traits>
+
 #include "frame/bodies.h"
 #include "frame/checks.h"
 #include "frame/parallel.h"
-
 #include "frame/simd.h"
 
 namespace kvp::motion {
@@ -25,40 +26,57 @@ template <class S>
 void updateRow(const S* sil, float* mhi, int w, float ts, float limit) {
   int x = 0;
 #if KVP_HAVE_HWY
-  const hn::ScalableTag<float> df;
-  const hn::Rebind<S, decltype(df)> ds;
+  const DF df;
+  const hn::RebindToSigned<DF> di;
   const int n = (int)hn::Lanes(df);
   const auto vts = hn::Set(df, ts), vlimit = hn::Set(df, limit);
+  // One vector of histories at p: still pixels keep a value not below the
+  // limit (NaN included) and get +0 otherwise; moving pixels get the stamp.
+  const auto select = [&](hn::Mask<DF> still, float* p) {
+    const auto h = hn::LoadU(df, p);
+    hn::StoreU(hn::IfThenElse(still, hn::IfThenZeroElse(hn::Lt(h, vlimit), h), vts), df, p);
+  };
+  if constexpr (sizeof(S) == 1 && kByteShuffleRows) {
 #if HWY_TARGET == HWY_SSSE3 || HWY_TARGET == HWY_SSE4
-  if constexpr (sizeof(S) == 1) {
     // Sixteen pixels per step: one byte compare, one shuffle per group.
     const D8 d8;
-    const auto group = [&](auto g, hn::Vec<D8> stillBytes) {
-      constexpr int G = decltype(g)::value;
-      float* p = mhi + x + 4 * G;
-      const auto h = hn::LoadU(df, p);
-      hn::StoreU(hn::IfThenElse(maskGroup<G>(stillBytes), hn::IfThenZeroElse(hn::Lt(h, vlimit), h), vts), df, p);
-    };
     for (; x + 16 <= w; x += 16) {
       const auto still = hn::VecFromMask(d8, hn::Eq(hn::LoadU(d8, sil + x), hn::Zero(d8)));
-      group(std::integral_constant<int, 0>{}, still);
-      group(std::integral_constant<int, 1>{}, still);
-      group(std::integral_constant<int, 2>{}, still);
-      group(std::integral_constant<int, 3>{}, still);
+      select(maskGroup<0>(still), mhi + x);
+      select(maskGroup<1>(still), mhi + x + 4);
+      select(maskGroup<2>(still), mhi + x + 8);
+      select(maskGroup<3>(still), mhi + x + 12);
+    }
+#endif
+  } else if constexpr (sizeof(S) == 2) {
+    // 2n pixels per step: one 16-bit compare; each half of the 0 / -1
+    // lanes widened to a float-lane mask.
+    const hn::Repartition<int16_t, DF> d16;
+    const hn::Repartition<uint16_t, DF> du16;
+    for (; x + 2 * n <= w; x += 2 * n) {
+      const auto still = hn::VecFromMask(d16, hn::Eq(hn::BitCast(d16, hn::LoadU(du16, sil + x)), hn::Zero(d16)));
+#if HWY_TARGET == HWY_SSSE3 || HWY_TARGET == HWY_SSE4
+      // 128-bit vectors: pairing each lane with itself is the widening.
+      const auto lo = hn::BitCast(di, hn::InterleaveLower(d16, still, still));
+      const auto hi = hn::BitCast(di, hn::InterleaveUpper(d16, still, still));
+#else
+      const hn::Half<decltype(d16)> dh;
+      const auto lo = hn::PromoteTo(di, hn::LowerHalf(dh, still));
+      const auto hi = hn::PromoteTo(di, hn::UpperHalf(dh, still));
+#endif
+      select(hn::RebindMask(df, hn::MaskFromVec(lo)), mhi + x);
+      select(hn::RebindMask(df, hn::MaskFromVec(hi)), mhi + x + n);
     }
   }
-#endif
   for (; x + n <= w; x += n) {
-    const auto h = hn::LoadU(df, mhi + x);
-    const auto kept = hn::IfThenZeroElse(hn::Lt(h, vlimit), h);
-    hn::Mask<decltype(df)> still;
+    hn::Mask<DF> still;
     if constexpr (std::is_same_v<S, float>) {
       still = hn::Eq(hn::LoadU(df, sil + x), hn::Zero(df));
     } else {
-      const hn::Rebind<int32_t, decltype(df)> di;
+      const hn::Rebind<S, DF> ds;
       still = hn::RebindMask(df, hn::Eq(hn::PromoteTo(di, hn::LoadU(ds, sil + x)), hn::Zero(di)));
     }
-    hn::StoreU(hn::IfThenElse(still, kept, vts), df, mhi + x);
+    select(still, mhi + x);
   }
 #endif
   for (; x < w; ++x) mhi[x] = updateOne(sil[x], mhi[x], ts, limit);

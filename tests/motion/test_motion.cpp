@@ -121,24 +121,30 @@ TEST(MotionHistory, MatchesReference32f) { checkMember<Kvp32f>(kvpiUpdateMotionH
 
 // Row steps that share no alignment: every start offset of the ROI against
 // the vector width, both planes padded independently, widths around the
-// vector blocks.
-TEST(MotionHistory, OffsetsAndWidthsAroundVectorBlocks) {
-  kvt::Rng rng = kvt::makeRng(4);
+// vector blocks of every silhouette type.
+template <class S>
+void checkOffsets(MotionFn<S> f) {
+  kvt::Rng rng = kvt::makeRng(4 + sizeof(S));
   for (int w = 1; w <= 70; ++w)
     for (int off = 0; off < 4; ++off) {
-      Plane<Kvp8u> sil(w, 3, 1, rng, (w + off) % 7, (off * 5) % 16);
+      Plane<S> sil(w, 3, 1, rng, (int)sizeof(S) * ((w + off) % 7), (off * 5) % 16);
       Plane<Kvp32f> mhi(w, 3, 1, rng, 4 * ((w + off) % 5), off);
-      sil.fill([&] { return randomSilhouette<Kvp8u>(rng); });
+      sil.fill([&] { return randomSilhouette<S>(rng); });
       mhi.fill([&] { return randomHistory(rng, 9.f, 4.f); });
       Plane<Kvp32f> expect = mhi;
       for (int y = 0; y < 3; ++y)
         for (int x = 0; x < w; ++x) expect.at(x, y) = refUpdate(sil.at(x, y), mhi.at(x, y), 9.f, 4.f);
       const auto before = mhi.bytes();
-      ASSERT_EQ(kvpStsOk, kvpiUpdateMotionHistory_8u32f_C1IR(sil.roi(), sil.step(), mhi.roi(), mhi.step(), mhi.size(),
-                                                             9.f, 5.f));
+      ASSERT_EQ(kvpStsOk, f(sil.roi(), sil.step(), mhi.roi(), mhi.step(), mhi.size(), 9.f, 5.f));
       ASSERT_TRUE(kvt::sameRoi(mhi, expect)) << "width " << w << " offset " << off;
       ASSERT_TRUE(mhi.sameOutsideRoi(before)) << "width " << w << " offset " << off;
     }
+}
+
+TEST(MotionHistory, OffsetsAndWidthsAroundVectorBlocks) {
+  checkOffsets<Kvp8u>(kvpiUpdateMotionHistory_8u32f_C1IR);
+  checkOffsets<Kvp16u>(kvpiUpdateMotionHistory_16u32f_C1IR);
+  checkOffsets<Kvp32f>(kvpiUpdateMotionHistory_32f_C1IR);
 }
 
 // A run of frames, as a caller would use it: a bar that moves right one
