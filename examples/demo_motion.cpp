@@ -1,5 +1,6 @@
 // Motion history of a disc moving across a photograph: the silhouette of
 // each frame is the difference to the previous frame, thresholded.
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
@@ -24,9 +25,20 @@ KVP_DEMO_STEP("motion", [](const demo::Context& ctx) {
     if (kvpiUpdateMotionHistory_8u32f_C1IR(sil.data(), w, mhi.data(), w * 4, roi, (float)(f + 1), 6.f)) return false;
     prev = frame;
   }
-  // Recent motion bright, older motion darker, over a dimmed photograph.
-  demo::Image out = bg;
-  for (size_t i = 0; i < out.pixels.size(); ++i)
-    out.pixels[i] = mhi[i] > 0.f ? (Kvp8u)(80 + 175 * (mhi[i] - (frames - 6)) / 6.f) : (Kvp8u)(bg.pixels[i] / 3);
+  // Over a dimmed photograph, the age of each pixel's last motion as a
+  // colour: the newest stamp yellow, the oldest kept stamp blue.
+  const float newest = (float)frames, duration = 6.f;
+  demo::Image out{w, h, 3, std::vector<Kvp8u>((size_t)w * h * 3)};
+  for (size_t i = 0; i < (size_t)w * h; ++i) {
+    Kvp8u* px = &out.pixels[3 * i];
+    if (mhi[i] > 0.f) {
+      const float age = std::clamp((newest - mhi[i]) / duration, 0.f, 1.f);
+      px[0] = (Kvp8u)(255 - 215 * age);
+      px[1] = (Kvp8u)(230 - 150 * age);
+      px[2] = (Kvp8u)(40 + 215 * age);
+    } else {
+      px[0] = px[1] = px[2] = (Kvp8u)(bg.pixels[i] / 3);
+    }
+  }
   return demo::writePng(ctx.output("motion_history.png"), out);
 });
