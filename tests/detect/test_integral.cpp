@@ -660,44 +660,48 @@ TEST(RectStdDev, NegativeVarianceClampsToZero) {
   kvt::Rng rng = kvt::makeRng(13);
   for (bool tilted : {false, true}) {
     SCOPED_TRACE(tilted ? "tilted" : "upright");
-    // One window of one cell (upright) or two cells (tilted): its first
-    // read is the only non-zero entry; sum 6, squares 10 over n = 1 or 2.
+    // Windows of one cell (upright) or two cells (tilted), five outputs in
+    // a row (vector body and tail): every window has sum 6 per cell and
+    // squares 10 per cell, or 40 per cell in the second round.
     const KvpiRect r{0, 0, 1, 1};
-    const Reads k = readsFor(r, tilted);
     const int col0 = tilted ? 1 : 0;
-    const int n = (int)k.n;
-    Plane<Kvp32f> Sf(4, 4, 1, rng, 0);
-    Plane<Kvp32s> Si(4, 4, 1, rng, 0), Qi(4, 4, 1, rng, 0);
-    Plane<Kvp64f> Q(4, 4, 1, rng, 0);
-    Sf.fill([] { return 0; });
-    Si.fill([] { return 0; });
-    Qi.fill([] { return 0; });
-    Q.fill([] { return 0; });
-    const int x = col0 + k.col[0], y = k.row[0];
-    Sf.at(x, y) = 6.f * n;
-    Si.at(x, y) = 6 * n;
-    Q.at(x, y) = 10.0 * n;
-    Qi.at(x, y) = 10 * n;
-    Kvp32f f = -1.f;
-    Kvp32s i = -1;
+    const int n = tilted ? 2 : 1;
+    Plane<Kvp32f> Sf(8, 4, 1, rng, 0);
+    Plane<Kvp32s> Si(8, 4, 1, rng, 0), Qi(8, 4, 1, rng, 0);
+    Plane<Kvp64f> Q(8, 4, 1, rng, 0);
+    auto fill = [&](int sq) {
+      Sf.fill([] { return 0; });
+      Si.fill([] { return 0; });
+      Qi.fill([] { return 0; });
+      Q.fill([] { return 0; });
+      for (int x = 0; x < 8; ++x) {
+        // Upright: row 1 rises by the window's sums per column; tilted:
+        // row 2 holds them (the window's only non-zero read).
+        const int y = tilted ? 2 : 1, k = tilted ? 1 : x;
+        Sf.at(x, y) = (float)(6 * n * k);
+        Si.at(x, y) = 6 * n * k;
+        Q.at(x, y) = (double)(sq * n * k);
+        Qi.at(x, y) = sq * n * k;
+      }
+    };
     auto sf = tilted ? kvpiTiltedRectStdDev_32f_C1R : kvpiRectStdDev_32f_C1R;
     auto sd = tilted ? kvpiTiltedRectStdDev_32s32f_C1R : kvpiRectStdDev_32s32f_C1R;
     auto ss = tilted ? kvpiTiltedRectStdDev_32s_C1RSfs : kvpiRectStdDev_32s_C1RSfs;
-    ASSERT_EQ(kvpStsOk, sf(Sf.roi() + col0, Sf.step(), Q.roi() + col0, Q.step(), &f, 4, {1, 1}, r));
-    EXPECT_EQ(0.f, f);
-    EXPECT_FALSE(std::signbit(f));
-    f = -1.f;
-    ASSERT_EQ(kvpStsOk, sd(Si.roi() + col0, Si.step(), Q.roi() + col0, Q.step(), &f, 4, {1, 1}, r));
-    EXPECT_EQ(0.f, f);
-    ASSERT_EQ(kvpStsOk, ss(Si.roi() + col0, Si.step(), Qi.roi() + col0, Qi.step(), &i, 4, {1, 1}, r, -3));
-    EXPECT_EQ(0, i);
-    // Squares 40 instead: variance 4, deviation 2, so the window is read.
-    Q.at(x, y) = 40.0 * n;
-    Qi.at(x, y) = 40 * n;
-    ASSERT_EQ(kvpStsOk, sf(Sf.roi() + col0, Sf.step(), Q.roi() + col0, Q.step(), &f, 4, {1, 1}, r));
-    EXPECT_EQ(2.f, f);
-    ASSERT_EQ(kvpStsOk, ss(Si.roi() + col0, Si.step(), Qi.roi() + col0, Qi.step(), &i, 4, {1, 1}, r, -3));
-    EXPECT_EQ(16, i);
+    Plane<Kvp32f> f(5, 1, 1, rng), g(5, 1, 1, rng);
+    Plane<Kvp32s> i(5, 1, 1, rng);
+    for (int sq : {10, 40}) {
+      fill(sq);
+      const float want = sq == 10 ? 0.f : 2.f;
+      ASSERT_EQ(kvpStsOk, sf(Sf.roi() + col0, Sf.step(), Q.roi() + col0, Q.step(), f.roi(), f.step(), {5, 1}, r));
+      ASSERT_EQ(kvpStsOk, sd(Si.roi() + col0, Si.step(), Q.roi() + col0, Q.step(), g.roi(), g.step(), {5, 1}, r));
+      ASSERT_EQ(kvpStsOk, ss(Si.roi() + col0, Si.step(), Qi.roi() + col0, Qi.step(), i.roi(), i.step(), {5, 1}, r, -3));
+      for (int j = 0; j < 5; ++j) {
+        EXPECT_EQ(want, f.at(j, 0)) << sq << " " << j;
+        EXPECT_FALSE(std::signbit(f.at(j, 0)));
+        EXPECT_EQ(want, g.at(j, 0)) << sq << " " << j;
+        EXPECT_EQ((int)want * 8, i.at(j, 0)) << sq << " " << j;
+      }
+    }
   }
 }
 
