@@ -150,6 +150,67 @@ HWY_INLINE void emit4(const T* a, T* o, V32 p) {
   }
 }
 
+// Prefix sums of sixteen pixels plus the carry, as four vectors of four;
+// the carry becomes the last of them. Sixteen pixels sum to at most 4080,
+// so the whole prefix stays in 16 bits. It is taken over the eight pixel
+// pairs (x[2i] + x[2i+1]), which gives the odd positions; the even ones are
+// those minus x[2i+1]. The four widened quarters take the carry
+// independently.
+HWY_INLINE void sumPrefix16(hn::Vec<D8> bytes, V32& carry, V32 out[4]) {
+  const D16 d16;
+  const V16 pairs16 = hn::BitCast(d16, bytes);
+  const V16 odd = hn::ShiftRight<8>(pairs16);
+  const V16 podd = prefix(hn::Add(hn::And(pairs16, hn::Set(d16, 0xff)), odd));
+  const V16 peven = hn::Sub(podd, odd);
+  const V16 plo = hn::InterleaveLower(d16, peven, podd);
+  const V16 phi = hn::InterleaveUpper(d16, peven, podd);
+  out[0] = hn::Add(lower32(plo), carry);
+  out[1] = hn::Add(upper32(plo), carry);
+  out[2] = hn::Add(lower32(phi), carry);
+  out[3] = hn::Add(upper32(phi), carry);
+  carry = hn::Broadcast<3>(out[3]);
+}
+
+// Four entries held in registers, in the table's arithmetic.
+template <class T>
+struct Quad;
+template <>
+struct Quad<Kvp32s> {
+  V32 v;
+  static Quad load(const Kvp32s* a) { return {hn::LoadU(D32(), (const uint32_t*)a)}; }
+  Quad plus(V32 p) const { return {hn::Add(v, p)}; }
+  void store(Kvp32s* o) const { hn::StoreU(v, D32(), (uint32_t*)o); }
+};
+template <>
+struct Quad<Kvp32f> {
+  hn::Vec<DF32> v;
+  static Quad load(const Kvp32f* a) { return {hn::LoadU(DF32(), a)}; }
+  Quad plus(V32 p) const { return {hn::Add(v, hn::ConvertTo(DF32(), hn::BitCast(DI32(), p)))}; }
+  void store(Kvp32f* o) const { hn::StoreU(v, DF32(), o); }
+};
+
+// Two table rows from two source rows: the first adds its prefix to the
+// row above, the second its prefix to the first (still in registers).
+template <class T>
+void uprightRowPair(const Kvp8u* __restrict s0, const Kvp8u* __restrict s1, const T* __restrict above,
+                    T* __restrict d0, T* __restrict d1, int w) {
+  V32 c0 = hn::Zero(D32()), c1 = hn::Zero(D32());
+  int x = 0;
+  for (; x + 16 <= w; x += 16) {
+    V32 p0[4], p1[4];
+    sumPrefix16(hn::LoadU(D8(), s0 + x), c0, p0);
+    sumPrefix16(hn::LoadU(D8(), s1 + x), c1, p1);
+    for (int k = 0; k < 4; ++k) {
+      const int at = x + 1 + 4 * k;
+      const Quad<T> r0 = Quad<T>::load(above + at).plus(p0[k]);
+      r0.store(d0 + at);
+      r0.plus(p1[k]).store(d1 + at);
+    }
+  }
+  uprightRowScalar<T, false>(s0, above, d0, x, w, hn::GetLane(c0));
+  uprightRowScalar<T, false>(s1, d0, d1, x, w, hn::GetLane(c1));
+}
+
 // Sixteen pixels at a time: the sums take their prefix in 16-bit lanes
 // (eight pixels of at most 255), the squares in 32-bit lanes; the running
 // total is carried across vectors as a broadcast of the last lane.
@@ -165,25 +226,9 @@ void uprightRows(const Kvp8u* __restrict s, const TS* __restrict aS, TS* __restr
     const auto bytes = hn::LoadU(d8, s + x);
     const V16 lo = hn::ZipLower(d16, bytes, hn::Zero(d8));
     const V16 hi = hn::ZipUpper(d16, bytes, hn::Zero(d8));
-    // Sixteen pixels sum to at most 4080, so the whole prefix stays in 16
-    // bits. It is taken over the eight pixel pairs (x[2i] + x[2i+1]), which
-    // gives the odd positions; the even ones are those minus x[2i+1]. The
-    // four widened quarters then take the carry independently.
-    const V16 pairs16 = hn::BitCast(d16, bytes);
-    const V16 odd = hn::ShiftRight<8>(pairs16);
-    const V16 podd = prefix(hn::Add(hn::And(pairs16, hn::Set(d16, 0xff)), odd));
-    const V16 peven = hn::Sub(podd, odd);
-    const V16 plo = hn::InterleaveLower(d16, peven, podd);
-    const V16 phi = hn::InterleaveUpper(d16, peven, podd);
-    const V32 s0 = hn::Add(lower32(plo), cs);
-    const V32 s1 = hn::Add(upper32(plo), cs);
-    const V32 s2 = hn::Add(lower32(phi), cs);
-    const V32 s3 = hn::Add(upper32(phi), cs);
-    cs = hn::Broadcast<3>(s3);
-    emit4(aS + x + 1, dS + x + 1, s0);
-    emit4(aS + x + 5, dS + x + 5, s1);
-    emit4(aS + x + 9, dS + x + 9, s2);
-    emit4(aS + x + 13, dS + x + 13, s3);
+    V32 ps[4];
+    sumPrefix16(bytes, cs, ps);
+    for (int k = 0; k < 4; ++k) emit4(aS + x + 1 + 4 * k, dS + x + 1 + 4 * k, ps[k]);
     if constexpr (WithSqr) {
       const V16 qlo = hn::Mul(lo, lo), qhi = hn::Mul(hi, hi);  // at most 65025
       const V32 q0 = hn::Add(prefix(lower32(qlo)), cq);
@@ -221,7 +266,19 @@ KvpStatus upright(const Kvp8u* src, int srcStep, TS* dst, int dstStep, TQ* sqr, 
   const int w = roi.width;
   fillRow(dst, w + 1, val);
   if constexpr (WithSqr) fillRow(sqr, w + 1, valSqr);
-  for (int y = 0; y < roi.height; ++y) {
+  int y = 0;
+#if KVP_HAVE_HWY
+  if constexpr (!WithSqr) {
+    for (; y + 2 <= roi.height; y += 2) {
+      TS* d0 = rowAt(dst, dstStep, y + 1);
+      TS* d1 = rowAt(dst, dstStep, y + 2);
+      d0[0] = val;
+      d1[0] = val;
+      uprightRowPair<TS>(rowAt(src, srcStep, y), rowAt(src, srcStep, y + 1), rowAt(dst, dstStep, y), d0, d1, w);
+    }
+  }
+#endif
+  for (; y < roi.height; ++y) {
     TS* dS = rowAt(dst, dstStep, y + 1);
     dS[0] = val;
     TQ* dQ = nullptr;
