@@ -299,6 +299,19 @@ KVP_API KvpStatus kvpiUpdateMotionHistory_32f_C1IR(const Kvp32f* pSilhouette, in
  * Hough lines
  * ====================================================================== */
 
+/** A line in polar form, or the step sizes of a line search: distance (pixels), then angle (radians). */
+typedef struct {
+  Kvp32f rho;
+  Kvp32f theta;
+} KvpPointPolar;
+
+/** Work-buffer size in bytes for the line searches on roiSize with the given steps and line count; kvpStsSizeOverflow when it exceeds the int range (the truncated size is still stored). */
+KVP_API KvpStatus kvpiHoughLineGetSize_8u_C1R(KvpiSize roiSize, KvpPointPolar delta, int maxLineCount, int* pBufSize);
+/** Up to maxLineCount lines through the non-zero pixels with more than threshold votes, strongest first. */
+KVP_API KvpStatus kvpiHoughLine_8u32f_C1R(const Kvp8u* pSrc, int srcStep, KvpiSize roiSize, KvpPointPolar delta, int threshold, KvpPointPolar* pLine, int maxLineCount, int* pLineCount, Kvp8u* pBuffer);
+/** The line search restricted to distances from dstRoi[0].rho to dstRoi[1].rho (the rho indices whose distance lies inside, clipped to the accumulator; angles unused); kvpStsBadRange for a reversed or NaN bound. */
+KVP_API KvpStatus kvpiHoughLine_Region_8u32f_C1R(const Kvp8u* pSrc, int srcStep, KvpiSize roiSize, KvpPointPolar delta, int threshold, KvpPointPolar* pLine, int maxLineCount, int* pLineCount, Kvp8u* pBuffer, const KvpPointPolar dstRoi[2]);
+
 #ifdef __cplusplus
 }
 #endif
