@@ -211,6 +211,69 @@ void uprightRowPair(const Kvp8u* __restrict s0, const Kvp8u* __restrict s1, cons
   uprightRowScalar<T, false>(s1, d0, d1, x, w, hn::GetLane(c1));
 }
 
+// Four table rows from four source rows. The row prefixes are formed
+// down the columns: sixteen columns of four pixels are transposed into
+// vectors with one lane per row, accumulated column after column, and
+// transposed back; then row k + 1 adds its prefix to row k in registers.
+template <class T>
+void uprightRowQuad(const Kvp8u* const* s, const T* __restrict above, T* const* d, int w) {
+  const D8 d8;
+  const D16 d16;
+  const D32 d32;
+  // Byte 4c + r of a column group goes to lane r (row r of column c).
+  alignas(16) static constexpr uint8_t kCol[4][16] = {
+      {0, 0x80, 0x80, 0x80, 1, 0x80, 0x80, 0x80, 2, 0x80, 0x80, 0x80, 3, 0x80, 0x80, 0x80},
+      {4, 0x80, 0x80, 0x80, 5, 0x80, 0x80, 0x80, 6, 0x80, 0x80, 0x80, 7, 0x80, 0x80, 0x80},
+      {8, 0x80, 0x80, 0x80, 9, 0x80, 0x80, 0x80, 10, 0x80, 0x80, 0x80, 11, 0x80, 0x80, 0x80},
+      {12, 0x80, 0x80, 0x80, 13, 0x80, 0x80, 0x80, 14, 0x80, 0x80, 0x80, 15, 0x80, 0x80, 0x80}};
+  const hn::Vec<D8> m0 = hn::Load(d8, kCol[0]), m1 = hn::Load(d8, kCol[1]), m2 = hn::Load(d8, kCol[2]),
+                    m3 = hn::Load(d8, kCol[3]);
+  V32 acc = hn::Zero(d32);  // running prefix, lane r for row r
+  int x = 0;
+  for (; x + 16 <= w; x += 16) {
+    const auto b0 = hn::LoadU(d8, s[0] + x), b1 = hn::LoadU(d8, s[1] + x);
+    const auto b2 = hn::LoadU(d8, s[2] + x), b3 = hn::LoadU(d8, s[3] + x);
+    const V16 t01l = hn::BitCast(d16, hn::InterleaveLower(d8, b0, b1));
+    const V16 t01h = hn::BitCast(d16, hn::InterleaveUpper(d8, b0, b1));
+    const V16 t23l = hn::BitCast(d16, hn::InterleaveLower(d8, b2, b3));
+    const V16 t23h = hn::BitCast(d16, hn::InterleaveUpper(d8, b2, b3));
+    // Four columns of four rows each (bytes 4c + r).
+    hn::Vec<D8> g[4] = {hn::BitCast(d8, hn::InterleaveLower(d16, t01l, t23l)),
+                        hn::BitCast(d8, hn::InterleaveUpper(d16, t01l, t23l)),
+                        hn::BitCast(d8, hn::InterleaveLower(d16, t01h, t23h)),
+                        hn::BitCast(d8, hn::InterleaveUpper(d16, t01h, t23h))};
+    for (int q = 0; q < 4; ++q) {
+      const V32 c0 = hn::Add(acc, hn::BitCast(d32, hn::TableLookupBytesOr0(g[q], m0)));
+      const V32 c1 = hn::Add(c0, hn::BitCast(d32, hn::TableLookupBytesOr0(g[q], m1)));
+      const V32 c2 = hn::Add(c1, hn::BitCast(d32, hn::TableLookupBytesOr0(g[q], m2)));
+      const V32 c3 = hn::Add(c2, hn::BitCast(d32, hn::TableLookupBytesOr0(g[q], m3)));
+      acc = c3;
+      // Back to rows: r[k] holds row k's prefixes at these four columns.
+      const hn::Repartition<uint64_t, D32> d64;
+      const auto l01 = hn::BitCast(d64, hn::InterleaveLower(d32, c0, c1));
+      const auto h01 = hn::BitCast(d64, hn::InterleaveUpper(d32, c0, c1));
+      const auto l23 = hn::BitCast(d64, hn::InterleaveLower(d32, c2, c3));
+      const auto h23 = hn::BitCast(d64, hn::InterleaveUpper(d32, c2, c3));
+      const V32 r0 = hn::BitCast(d32, hn::InterleaveLower(d64, l01, l23));
+      const V32 r1 = hn::BitCast(d32, hn::InterleaveUpper(d64, l01, l23));
+      const V32 r2 = hn::BitCast(d32, hn::InterleaveLower(d64, h01, h23));
+      const V32 r3 = hn::BitCast(d32, hn::InterleaveUpper(d64, h01, h23));
+      const int at = x + 1 + 4 * q;
+      const Quad<T> e0 = Quad<T>::load(above + at).plus(r0);
+      e0.store(d[0] + at);
+      const Quad<T> e1 = e0.plus(r1);
+      e1.store(d[1] + at);
+      const Quad<T> e2 = e1.plus(r2);
+      e2.store(d[2] + at);
+      e2.plus(r3).store(d[3] + at);
+    }
+  }
+  alignas(16) uint32_t carry[4];
+  hn::Store(acc, d32, carry);
+  uprightRowScalar<T, false>(s[0], above, d[0], x, w, carry[0]);
+  for (int k = 1; k < 4; ++k) uprightRowScalar<T, false>(s[k], d[k - 1], d[k], x, w, carry[k]);
+}
+
 // Sixteen pixels at a time: the sums take their prefix in 16-bit lanes
 // (eight pixels of at most 255), the squares in 32-bit lanes; the running
 // total is carried across vectors as a broadcast of the last lane.
@@ -269,6 +332,16 @@ KvpStatus upright(const Kvp8u* src, int srcStep, TS* dst, int dstStep, TQ* sqr, 
   int y = 0;
 #if KVP_HAVE_HWY
   if constexpr (!WithSqr) {
+    for (; y + 4 <= roi.height; y += 4) {
+      const Kvp8u* s4[4];
+      TS* d4[4];
+      for (int k = 0; k < 4; ++k) {
+        s4[k] = rowAt(src, srcStep, y + k);
+        d4[k] = rowAt(dst, dstStep, y + 1 + k);
+        d4[k][0] = val;
+      }
+      uprightRowQuad<TS>(s4, rowAt(dst, dstStep, y), d4, w);
+    }
     for (; y + 2 <= roi.height; y += 2) {
       TS* d0 = rowAt(dst, dstStep, y + 1);
       TS* d1 = rowAt(dst, dstStep, y + 2);
