@@ -80,11 +80,18 @@ struct LineList {
 
   void add(int rho, int angle, int votes) {
     if (count == capacity) minVotes = rec[count - 1].votes;
-    int pos = 0;
-    while (pos < count && rec[pos].votes >= votes) ++pos;
+    // First record with fewer votes (the list descends).
+    int pos = 0, end = count;
+    while (pos < end) {
+      const int m = pos + (end - pos) / 2;
+      if (rec[m].votes >= votes)
+        pos = m + 1;
+      else
+        end = m;
+    }
     if (pos == capacity) return;
     const int last = count < capacity ? count : capacity - 1;
-    for (int k = last; k > pos; --k) rec[k] = rec[k - 1];
+    std::memmove(rec + pos + 1, rec + pos, sizeof(Line) * (size_t)(last - pos));
     rec[pos] = Line{rho, angle, votes, 0};
     if (count < capacity) ++count;
   }
