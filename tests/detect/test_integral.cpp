@@ -459,8 +459,8 @@ void buildTables(const Plane<Kvp8u>& src, bool tilted, Plane<TS>& S, Plane<TQ>& 
 }
 
 // Runs one member over an image and window and compares every output
-// (all thread counts when the output is large); returns false when the
-// window does not fit.
+// (all thread counts when the output is large); a window that does not
+// fit the image is skipped.
 template <class TS, class TQ, class TD>
 void checkDev(const DevCase<TS, TQ, TD>& c, const Plane<Kvp8u>& src, KvpiRect r, int scaleFactor, TS val, TQ valSqr,
               kvt::Rng& rng) {
