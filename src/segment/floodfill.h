@@ -569,45 +569,163 @@ struct GradList {
   }
 };
 
+// Run ends and candidates of the floating-range scans. The generic forms
+// test pixel by pixel; 8-bit one-channel rows test a vector of pixels at
+// once (every pixel's test depends only on its own position: free in the
+// mask, fits its neighbour / the pixel across), so the first failing lane
+// ends the run exactly where the pixel loop would.
+#if KVP_HAVE_HWY
+namespace hn = hwy::HWY_NAMESPACE;
+using D8 = hn::ScalableTag<uint8_t>;
+using V8 = hn::Vec<D8>;
+
+// a fits b lane by lane: b - mn <= a <= b + mx with saturating bounds,
+// which is the unsigned comparison for bytes.
+HWY_INLINE hn::Mask<D8> fitsVec(V8 a, V8 b, V8 mn, V8 mx) {
+  const V8 lo = hn::SaturatedSub(b, mn), hi = hn::SaturatedAdd(b, mx);
+  return hn::And(hn::Eq(hn::Max(a, lo), a), hn::Eq(hn::Min(a, hi), a));
+}
+#endif
+
+#if KVP_HAVE_HWY
+constexpr bool kHaveVectors = true;
+#else
+constexpr bool kHaveVectors = false;
+#endif
+template <class T, int CN>
+constexpr bool kGradVector = kHaveVectors && std::is_same_v<T, Kvp8u> && CN == 1;
+
+// Extends a run right from its end x; across (or null) is the popped run's
+// row, whose pixels up to column r may also admit the next pixel.
+template <class T, int CN>
+inline int gradRight(const T* row, const T* across, int r, Kvp8u* m, int x, int width, const Fits<T, CN>& fits) {
+#if KVP_HAVE_HWY
+  if constexpr (kGradVector<T, CN>) {
+    const D8 d;
+    const int n = (int)hn::Lanes(d);
+    const V8 mn = hn::Set(d, fits.mn[0]), mx = hn::Set(d, fits.mx[0]), zero = hn::Zero(d);
+    while (x + 1 + n <= width) {
+      const int i = x + 1;
+      const V8 a = hn::LoadU(d, row + i);
+      auto ok = fitsVec(a, hn::LoadU(d, row + i - 1), mn, mx);
+      if (across && i <= r) {
+        auto v = fitsVec(a, hn::LoadU(d, across + i), mn, mx);
+        if (r - i + 1 < n) v = hn::And(v, hn::FirstN(d, (size_t)(r - i + 1)));
+        ok = hn::Or(ok, v);
+      }
+      ok = hn::And(ok, hn::Eq(hn::LoadU(d, m + i), zero));
+      if (hn::AllTrue(d, ok)) {
+        hn::StoreU(hn::Set(d, 1), d, m + i);
+        x += n;
+        continue;
+      }
+      const int k = (int)hn::FindFirstTrue(d, hn::Not(ok));
+      if (k > 0) std::memset(m + i, 1, (size_t)k);
+      return x + k;
+    }
+  }
+#endif
+  while (!m[x + 1] && (fits(row + (ptrdiff_t)(x + 1) * CN, row + (ptrdiff_t)x * CN) ||
+                       (across && x < r && fits(row + (ptrdiff_t)(x + 1) * CN, across + (ptrdiff_t)(x + 1) * CN))))
+    m[++x] = 1;
+  return x;
+}
+
+// Extends a run left from its start x through free pixels that fit their
+// right neighbour.
+template <class T, int CN>
+inline int gradLeft(const T* row, Kvp8u* m, int x, const Fits<T, CN>& fits) {
+#if KVP_HAVE_HWY
+  if constexpr (kGradVector<T, CN>) {
+    const D8 d;
+    const int n = (int)hn::Lanes(d);
+    const V8 mn = hn::Set(d, fits.mn[0]), mx = hn::Set(d, fits.mx[0]), zero = hn::Zero(d);
+    while (x - n >= 0) {
+      const int i = x - n;
+      const auto ok = hn::And(fitsVec(hn::LoadU(d, row + i), hn::LoadU(d, row + i + 1), mn, mx),
+                              hn::Eq(hn::LoadU(d, m + i), zero));
+      if (!hn::AllTrue(d, ok)) break;
+      hn::StoreU(hn::Set(d, 1), d, m + i);
+      x = i;
+    }
+  }
+#endif
+  while (!m[x - 1] && fits(row + (ptrdiff_t)(x - 1) * CN, row + (ptrdiff_t)x * CN)) m[--x] = 1;
+  return x;
+}
+
+// First column in [x, last] (all inside the popped run's columns and the
+// image) that is free and fits the pixel directly across; last + 1 if none.
+template <class T, int CN>
+inline int gradCandidate(const T* row, const T* across, const Kvp8u* m, int x, int last, int width,
+                         const Fits<T, CN>& fits) {
+#if KVP_HAVE_HWY
+  if constexpr (kGradVector<T, CN>) {
+    const D8 d;
+    const int n = (int)hn::Lanes(d);
+    const V8 mn = hn::Set(d, fits.mn[0]), mx = hn::Set(d, fits.mx[0]), zero = hn::Zero(d);
+    while (x + n - 1 <= last && x + n <= width) {
+      const auto c = hn::And(hn::Eq(hn::LoadU(d, m + x), zero),
+                             fitsVec(hn::LoadU(d, row + x), hn::LoadU(d, across + x), mn, mx));
+      const intptr_t k = hn::FindFirstTrue(d, c);
+      if (k >= 0) return x + (int)k;
+      x += n;
+    }
+  }
+#endif
+  for (; x <= last; ++x)
+    if (!m[x] && fits(row + (ptrdiff_t)x * CN, across + (ptrdiff_t)x * CN)) return x;
+  return last + 1;
+}
+
 // Candidates of row yy in [a, b] next to the popped run s (of row s.y):
 // a free pixel that fits its nearest pixel of s starts a run, extended left
 // through free pixels that fit their right neighbour and right through free
-// pixels that fit their left neighbour or, inside s, the pixel across.
+// pixels that fit their left neighbour or, inside s, the pixel across. A
+// row outside the image is all border in the mask and yields nothing.
 template <bool Eight, class T, int CN>
-inline void gradScan(T* img, int step, const Mask& mask, int yy, int a, int b, const Segment& s, int dir,
-                     const Fits<T, CN>& fits, GradList& list) {
+inline void gradScan(T* img, int step, KvpiSize roi, const Mask& mask, int yy, int a, int b, const Segment& s,
+                     int dir, const Fits<T, CN>& fits, GradList& list) {
+  if ((unsigned)yy >= (unsigned)roi.height) return;
   Kvp8u* m = mask.row(yy);
   const T* row = rowOf(img, step, yy);
   const T* across = rowOf(img, step, s.y);
-  for (int x = a; x <= b; ++x) {
-    if (m[x]) continue;
-    const int xc = Eight ? (x < s.l ? s.l : (x > s.r ? s.r : x)) : x;
-    if (!fits(row + (ptrdiff_t)x * CN, across + (ptrdiff_t)xc * CN)) continue;
+  for (int x = a; x <= b;) {
+    if (x >= s.l && x <= s.r) {
+      const int last = b < s.r ? b : s.r;
+      x = gradCandidate<T, CN>(row, across, m, x, last, roi.width, fits);
+      if (x > last) continue;
+    } else {
+      // Outside the run's columns (8-connected only): the diagonal pixel.
+      const int xc = x < s.l ? s.l : s.r;
+      if (m[x] || !fits(row + (ptrdiff_t)x * CN, across + (ptrdiff_t)xc * CN)) {
+        ++x;
+        continue;
+      }
+    }
     m[x] = 1;
-    int rl = x, rr = x;
-    while (!m[rl - 1] && fits(row + (ptrdiff_t)(rl - 1) * CN, row + (ptrdiff_t)rl * CN)) m[--rl] = 1;
-    while (!m[rr + 1] && (fits(row + (ptrdiff_t)(rr + 1) * CN, row + (ptrdiff_t)rr * CN) ||
-                          (rr < s.r && fits(row + (ptrdiff_t)(rr + 1) * CN, across + (ptrdiff_t)(rr + 1) * CN))))
-      m[++rr] = 1;
+    const int rl = gradLeft<T, CN>(row, m, x, fits);
+    const int rr = gradRight<T, CN>(row, across, s.r, m, x, roi.width, fits);
     if (list.full()) {
       std::memset(m + rl, 2, (size_t)(rr - rl + 1));
       list.dropRow(yy);
     } else {
       list.push(Segment{yy, rl, rr, s.l, s.r, dir});
     }
-    x = rr;
+    x = rr + 1;
   }
 }
 
 template <bool Eight, class T, int CN>
-void gradDrain(T* img, int step, const Mask& mask, const Fits<T, CN>& fits, const T* nv, GradList& list, Region& reg) {
+void gradDrain(T* img, int step, KvpiSize roi, const Mask& mask, const Fits<T, CN>& fits, const T* nv, GradList& list,
+               Region& reg) {
   while (!list.empty()) {
     const Segment s = list.pop();
     reg.fold(s.y, s.l, s.r);
     const int lo = Eight ? s.l - 1 : s.l, hi = Eight ? s.r + 1 : s.r;
-    gradScan<Eight, T, CN>(img, step, mask, s.y - s.dir, lo, hi, s, s.dir, fits, list);
-    gradScan<Eight, T, CN>(img, step, mask, s.y + s.dir, lo, s.pl - 1, s, -s.dir, fits, list);
-    gradScan<Eight, T, CN>(img, step, mask, s.y + s.dir, s.pr + 1, hi, s, -s.dir, fits, list);
+    gradScan<Eight, T, CN>(img, step, roi, mask, s.y - s.dir, lo, hi, s, s.dir, fits, list);
+    gradScan<Eight, T, CN>(img, step, roi, mask, s.y + s.dir, lo, s.pl - 1, s, -s.dir, fits, list);
+    gradScan<Eight, T, CN>(img, step, roi, mask, s.y + s.dir, s.pr + 1, hi, s, -s.dir, fits, list);
     paintRun<T, CN>(rowOf(img, step, s.y), s.l, s.r, nv);
     reg.area += s.r - s.l + 1;
   }
@@ -639,9 +757,8 @@ KvpStatus fillGrad(T* img, int step, KvpiSize roi, KvpiPoint seed, const T* nv, 
   T* srow = rowOf(img, step, seed.y);
   Kvp8u* sm = mask.row(seed.y);
   sm[seed.x] = 1;
-  int L = seed.x, R = seed.x;
-  while (!sm[R + 1] && fits(srow + (ptrdiff_t)(R + 1) * CN, srow + (ptrdiff_t)R * CN)) sm[++R] = 1;
-  while (!sm[L - 1] && fits(srow + (ptrdiff_t)(L - 1) * CN, srow + (ptrdiff_t)L * CN)) sm[--L] = 1;
+  const int R = gradRight<T, CN>(srow, nullptr, 0, sm, seed.x, w, fits);
+  const int L = gradLeft<T, CN>(srow, sm, seed.x, fits);
 
   Region reg;
   reg.start(seed.y, L, R);
@@ -650,7 +767,7 @@ KvpStatus fillGrad(T* img, int step, KvpiSize roi, KvpiPoint seed, const T* nv, 
   list.rec = recordsAt(buf + mbytes);
   list.cap = recordRoom(list.rec, buf + mbytes + listBytes(roi));
   list.push(Segment{seed.y, L, R, R + 1, R, 1});
-  gradDrain<Eight, T, CN>(img, step, mask, fits, nv, list, reg);
+  gradDrain<Eight, T, CN>(img, step, roi, mask, fits, nv, list, reg);
   // Runs left behind while the list was full carry 2 in the mask: each
   // stretch of them goes back on the list with no parent, so both
   // neighbouring rows are examined in full.
@@ -664,7 +781,7 @@ KvpStatus fillGrad(T* img, int step, KvpiSize roi, KvpiPoint seed, const T* nv, 
         while (m[r + 1] == 2) ++r;
         std::memset(m + x, 1, (size_t)(r - x + 1));
         list.push(Segment{y, x, r, r + 1, r, 1});
-        gradDrain<Eight, T, CN>(img, step, mask, fits, nv, list, reg);
+        gradDrain<Eight, T, CN>(img, step, roi, mask, fits, nv, list, reg);
         x = r;
       }
     }

@@ -563,10 +563,19 @@ TEST(FloodFill, ExhaustiveSmallPatterns) {
   kvt::Rng rng = kvt::makeRng(12);
   const auto ms = members<Kvp8u>();
   int outgrown = 0, ringLost = 0;
-  for (KvpiSize sz : {KvpiSize{3, 3}, KvpiSize{4, 3}, KvpiSize{2, 5}}) {
+  // Every pattern of the smallest shapes, random ones of a few larger.
+  struct Shape {
+    KvpiSize sz;
+    int patterns;  // 0: all
+  };
+  for (Shape shape : {Shape{{3, 3}, 0}, Shape{{4, 3}, 0}, Shape{{2, 5}, 0}, Shape{{6, 3}, 300}, Shape{{5, 3}, 300},
+                      Shape{{3, 6}, 300}}) {
+    const KvpiSize sz = shape.sz;
     const int n = sz.width * sz.height;
-    for (int bits = 0; bits < (1 << n); ++bits)
+    const int count = shape.patterns ? shape.patterns : 1 << n;
+    for (int p = 0; p < count; ++p)
       for (int s = 0; s < n; ++s) {
+        const int bits = shape.patterns ? (int)(rng() & ((1u << n) - 1)) | (1 << s) : p;
         if (!((bits >> s) & 1)) continue;
         for (const auto& m : ms) {
           if (m.cn != 1) continue;
