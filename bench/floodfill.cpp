@@ -22,8 +22,7 @@ std::vector<Kvp8u> scene(int w, int h, Kind kind) {
   std::mt19937 rng(7);
   std::vector<Kvp8u> v((size_t)w * h);
   for (int y = 0; y < h; ++y)
-    for (int x = 0; x < w; ++x)
-      {
+    for (int x = 0; x < w; ++x) {
       const int t = ((x + y) >> 7) % 14;  // a triangle wave: neighbours differ by at most 1 + noise
       v[(size_t)y * w + x] = kind == kExact ? 100 : (Kvp8u)(90 + (t < 8 ? t : 14 - t) + rng() % 3);
     }
@@ -33,7 +32,8 @@ std::vector<Kvp8u> scene(int w, int h, Kind kind) {
     const int x0 = rng() % (w - bw), y0 = rng() % (h - bh);
     for (int y = y0; y < y0 + bh; ++y) std::memset(&v[(size_t)y * w + x0], 230, bw);
   }
-  for (int y = h / 2 - 2; y <= h / 2 + 2; ++y) std::memset(&v[(size_t)y * w + w / 2 - 2], kind == kExact ? 100 : 94, 5);
+  for (int y = h / 2 - 2; y <= h / 2 + 2; ++y)
+    std::memset(&v[(size_t)y * w + w / 2 - 2], kind == kExact ? 100 : 94, 5);
   return v;
 }
 
@@ -60,11 +60,14 @@ void BM_FloodFill_kvp(benchmark::State& st) {
       r = Eight ? kvpiFloodFill_8Con_8u_C1IR(img.data(), s.width, s.size(), seed, 7, &rc, buf.data())
                 : kvpiFloodFill_4Con_8u_C1IR(img.data(), s.width, s.size(), seed, 7, &rc, buf.data());
     else if (K == kFixed)
-      r = Eight ? kvpiFloodFill_Range8Con_8u_C1IR(img.data(), s.width, s.size(), seed, 7, 20, 20, &rc, buf.data())
-                : kvpiFloodFill_Range4Con_8u_C1IR(img.data(), s.width, s.size(), seed, 7, 20, 20, &rc, buf.data());
+      r = Eight ? kvpiFloodFill_Range8Con_8u_C1IR(img.data(), s.width, s.size(), seed, 7, 20, 20, &rc,
+                                                  buf.data())
+                : kvpiFloodFill_Range4Con_8u_C1IR(img.data(), s.width, s.size(), seed, 7, 20, 20, &rc,
+                                                  buf.data());
     else
-      r = Eight ? kvpiFloodFill_Grad8Con_8u_C1IR(img.data(), s.width, s.size(), seed, 7, 3, 3, &rc, buf.data())
-                : kvpiFloodFill_Grad4Con_8u_C1IR(img.data(), s.width, s.size(), seed, 7, 3, 3, &rc, buf.data());
+      r = Eight
+              ? kvpiFloodFill_Grad8Con_8u_C1IR(img.data(), s.width, s.size(), seed, 7, 3, 3, &rc, buf.data())
+              : kvpiFloodFill_Grad4Con_8u_C1IR(img.data(), s.width, s.size(), seed, 7, 3, 3, &rc, buf.data());
     if (r != kvpStsOk) st.SkipWithError("fill failed");
     area = rc.area;
   }
@@ -95,10 +98,10 @@ void BM_FloodFill_ocv(benchmark::State& st) {
 
 }  // namespace
 
-#define KVP_FF_BENCH(NAME, K, E)                             \
+#define KVP_FF_BENCH(NAME, K, E)                                                      \
   void BM_FloodFill##NAME##_kvp(benchmark::State& st) { BM_FloodFill_kvp<K, E>(st); } \
   KVP_BENCH(BM_FloodFill##NAME##_kvp);
-#define KVP_FF_BENCH_OCV(NAME, K, E)                         \
+#define KVP_FF_BENCH_OCV(NAME, K, E)                                                  \
   void BM_FloodFill##NAME##_ocv(benchmark::State& st) { BM_FloodFill_ocv<K, E>(st); } \
   KVP_BENCH(BM_FloodFill##NAME##_ocv);
 

@@ -22,7 +22,8 @@ KVP_DEMO_STEP("floodfill", [](const demo::Context& ctx) {
   if (coins.pixels.empty()) return false;
   demo::Image fixed = coins;
   std::vector<Kvp8u> gbuf = buffer(coins.size(), true), fbuf = buffer(coins.size(), false);
-  if (kvpiFloodFill_Grad8Con_8u_C1IR(coins.data(), coins.step(), coins.size(), {10, 10}, 255, 8, 8, &rc, gbuf.data()) ||
+  if (kvpiFloodFill_Grad8Con_8u_C1IR(coins.data(), coins.step(), coins.size(), {10, 10}, 255, 8, 8, &rc,
+                                     gbuf.data()) ||
       kvpiFloodFill_Range8Con_8u_C1IR(fixed.data(), fixed.step(), fixed.size(), {10, 10}, 255, 25, 25, &rc,
                                       fbuf.data()))
     return false;

@@ -19,37 +19,37 @@ KvpStatus KVP_BODY(kvpiFloodFillGetSize_Grad)(KvpiSize roiSize, int* pBufferSize
   return kvpStsOk;
 }
 
-#define KVP_FF_EXACT(FAM, EIGHT, TS, T)                                                                        \
-  KvpStatus KVP_BODY(kvpiFloodFill_##FAM##_##TS##_C1IR)(T * pImage, int imageStep, KvpiSize roiSize,           \
-                                                        KvpiPoint seed, T newVal, KvpiConnectedComp* pRegion,  \
-                                                        Kvp8u* pBuffer) {                                      \
-    if (KvpStatus st = checkFill<T, 1>(pImage, imageStep, roiSize, seed, pRegion, pBuffer, {})) return st;     \
-    return fillExact<EIGHT, T, 1>(pImage, imageStep, roiSize, seed, &newVal, pRegion, pBuffer);               \
-  }                                                                                                            \
-  KvpStatus KVP_BODY(kvpiFloodFill_##FAM##_##TS##_C3IR)(T * pImage, int imageStep, KvpiSize roiSize,           \
-                                                        KvpiPoint seed, const T* pNewVal,                      \
-                                                        KvpiConnectedComp* pRegion, Kvp8u* pBuffer) {          \
-    if (KvpStatus st = checkFill<T, 3>(pImage, imageStep, roiSize, seed, pRegion, pBuffer, {pNewVal}))        \
-      return st;                                                                                               \
-    return fillExact<EIGHT, T, 3>(pImage, imageStep, roiSize, seed, pNewVal, pRegion, pBuffer);                \
+#define KVP_FF_EXACT(FAM, EIGHT, TS, T)                                                                    \
+  KvpStatus KVP_BODY(kvpiFloodFill_##FAM##_##TS##_C1IR)(T * pImage, int imageStep, KvpiSize roiSize,       \
+                                                        KvpiPoint seed, T newVal,                          \
+                                                        KvpiConnectedComp* pRegion, Kvp8u* pBuffer) {      \
+    if (KvpStatus st = checkFill<T, 1>(pImage, imageStep, roiSize, seed, pRegion, pBuffer, {})) return st; \
+    return fillExact<EIGHT, T, 1>(pImage, imageStep, roiSize, seed, &newVal, pRegion, pBuffer);            \
+  }                                                                                                        \
+  KvpStatus KVP_BODY(kvpiFloodFill_##FAM##_##TS##_C3IR)(T * pImage, int imageStep, KvpiSize roiSize,       \
+                                                        KvpiPoint seed, const T* pNewVal,                  \
+                                                        KvpiConnectedComp* pRegion, Kvp8u* pBuffer) {      \
+    if (KvpStatus st = checkFill<T, 3>(pImage, imageStep, roiSize, seed, pRegion, pBuffer, {pNewVal}))     \
+      return st;                                                                                           \
+    return fillExact<EIGHT, T, 3>(pImage, imageStep, roiSize, seed, pNewVal, pRegion, pBuffer);            \
   }
 
-#define KVP_FF_RANGED(FAM, FILL, EIGHT, TS, T, C1)                                                             \
-  C1(KvpStatus KVP_BODY(kvpiFloodFill_##FAM##_##TS##_C1IR)(                                                    \
-      T * pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, T newVal, T minDelta, T maxDelta,           \
-      KvpiConnectedComp * pRegion, Kvp8u * pBuffer) {                                                          \
-    if (KvpStatus st = checkFill<T, 1>(pImage, imageStep, roiSize, seed, pRegion, pBuffer, {})) return st;     \
-    return FILL<EIGHT, T, 1>(pImage, imageStep, roiSize, seed, &newVal, &minDelta, &maxDelta, pRegion,         \
-                             pBuffer);                                                                         \
-  })                                                                                                           \
-  KvpStatus KVP_BODY(kvpiFloodFill_##FAM##_##TS##_C3IR)(                                                       \
-      T * pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, const T* pNewVal, const T* pMinDelta,       \
-      const T* pMaxDelta, KvpiConnectedComp* pRegion, Kvp8u* pBuffer) {                                        \
-    if (KvpStatus st = checkFill<T, 3>(pImage, imageStep, roiSize, seed, pRegion, pBuffer,                    \
-                                       {pNewVal, pMinDelta, pMaxDelta}))                                       \
-      return st;                                                                                               \
-    return FILL<EIGHT, T, 3>(pImage, imageStep, roiSize, seed, pNewVal, pMinDelta, pMaxDelta, pRegion,         \
-                             pBuffer);                                                                         \
+#define KVP_FF_RANGED(FAM, FILL, EIGHT, TS, T, C1)                                                           \
+  C1(KvpStatus KVP_BODY(kvpiFloodFill_##FAM##_##TS##_C1IR)(T * pImage, int imageStep, KvpiSize roiSize,      \
+                                                           KvpiPoint seed, T newVal, T minDelta, T maxDelta, \
+                                                           KvpiConnectedComp* pRegion, Kvp8u* pBuffer) {     \
+    if (KvpStatus st = checkFill<T, 1>(pImage, imageStep, roiSize, seed, pRegion, pBuffer, {})) return st;   \
+    return FILL<EIGHT, T, 1>(pImage, imageStep, roiSize, seed, &newVal, &minDelta, &maxDelta, pRegion,       \
+                             pBuffer);                                                                       \
+  })                                                                                                         \
+  KvpStatus KVP_BODY(kvpiFloodFill_##FAM##_##TS##_C3IR)(                                                     \
+      T * pImage, int imageStep, KvpiSize roiSize, KvpiPoint seed, const T* pNewVal, const T* pMinDelta,     \
+      const T* pMaxDelta, KvpiConnectedComp* pRegion, Kvp8u* pBuffer) {                                      \
+    if (KvpStatus st = checkFill<T, 3>(pImage, imageStep, roiSize, seed, pRegion, pBuffer,                   \
+                                       {pNewVal, pMinDelta, pMaxDelta}))                                     \
+      return st;                                                                                             \
+    return FILL<EIGHT, T, 3>(pImage, imageStep, roiSize, seed, pNewVal, pMinDelta, pMaxDelta, pRegion,       \
+                             pBuffer);                                                                       \
   }
 
 #define KVP_FF_KEEP(...) __VA_ARGS__

@@ -69,8 +69,8 @@ constexpr long long minStepBytes(int width) {
 }
 
 template <class T, int CN>
-KvpStatus checkFill(const T* img, int step, KvpiSize roi, KvpiPoint seed, const void* region, const void* buffer,
-                    std::initializer_list<const void*> valuePtrs) {
+KvpStatus checkFill(const T* img, int step, KvpiSize roi, KvpiPoint seed, const void* region,
+                    const void* buffer, std::initializer_list<const void*> valuePtrs) {
   if (!img || !region || !buffer) return kvpStsNullPtr;
   for (const void* p : valuePtrs)
     if (!p) return kvpStsNullPtr;
@@ -235,7 +235,8 @@ struct ExactList {
     dropped = true;
     if (y < dropY0) dropY0 = y;
     if (y > dropY1) dropY1 = y;
-    for (size_t b = (size_t)y * width + l, e = (size_t)y * width + r; b <= e; ++b) bits[b >> 3] |= (Kvp8u)(1u << (b & 7));
+    for (size_t b = (size_t)y * width + l, e = (size_t)y * width + r; b <= e; ++b)
+      bits[b >> 3] |= (Kvp8u)(1u << (b & 7));
   }
   bool takeBit(size_t b) {
     const Kvp8u m = (Kvp8u)(1u << (b & 7));
@@ -358,8 +359,8 @@ struct RangeRing {
 // counted and pushed as (yy, runL, runR, pl, pr, dir); the scan continues
 // two past the run's end.
 template <class T, int CN, class Pred, class List>
-inline void scanRow(T* row, int yy, int a, int b, int width, const Pred& q, const T* nv, List& list, Region& reg,
-                    int pl, int pr, int dir) {
+inline void scanRow(T* row, int yy, int a, int b, int width, const Pred& q, const T* nv, List& list,
+                    Region& reg, int pl, int pr, int dir) {
   for (int x = a; x <= b;) {
     if (!q(row + (ptrdiff_t)x * CN)) {
       ++x;
@@ -391,7 +392,8 @@ void drain(T* img, int step, KvpiSize roi, const Pred& q, const T* nv, List& lis
     const int lo = Eight ? (s.l > 0 ? s.l - 1 : 0) : s.l;
     const int hi = Eight ? (s.r < w - 1 ? s.r + 1 : w - 1) : s.r;
     const int ny = s.y - s.dir;
-    if ((unsigned)ny < (unsigned)h) scanRow<T, CN>(rowOf(img, step, ny), ny, lo, hi, w, q, nv, list, reg, s.l, s.r, s.dir);
+    if ((unsigned)ny < (unsigned)h)
+      scanRow<T, CN>(rowOf(img, step, ny), ny, lo, hi, w, q, nv, list, reg, s.l, s.r, s.dir);
     // The parent row exists by construction of every record.
     const int py = s.y + s.dir;
     T* prow = rowOf(img, step, py);
@@ -427,7 +429,8 @@ inline void seedValue(const T* img, int step, KvpiPoint seed, T* s) {
 // Exact fill. Returns at once, writing nothing, when the seed already holds
 // the new value.
 template <bool Eight, class T, int CN>
-KvpStatus fillExact(T* img, int step, KvpiSize roi, KvpiPoint seed, const T* nv, KvpiConnectedComp* out, Kvp8u* buf) {
+KvpStatus fillExact(T* img, int step, KvpiSize roi, KvpiPoint seed, const T* nv, KvpiConnectedComp* out,
+                    Kvp8u* buf) {
   const int w = roi.width, h = roi.height;
   Equal<T, CN> q;
   seedValue<T, CN>(img, step, seed, q.s);
@@ -593,12 +596,13 @@ constexpr bool kHaveVectors = true;
 constexpr bool kHaveVectors = false;
 #endif
 template <class T, int CN>
-constexpr bool kGradVector = kHaveVectors && std::is_same_v<T, Kvp8u> && CN == 1;
+constexpr bool kGradVector = kHaveVectors&& std::is_same_v<T, Kvp8u>&& CN == 1;
 
 // Extends a run right from its end x; across (or null) is the popped run's
 // row, whose pixels up to column r may also admit the next pixel.
 template <class T, int CN>
-inline int gradRight(const T* row, const T* across, int r, Kvp8u* m, int x, int width, const Fits<T, CN>& fits) {
+inline int gradRight(const T* row, const T* across, int r, Kvp8u* m, int x, [[maybe_unused]] int width,
+                     const Fits<T, CN>& fits) {
 #if KVP_HAVE_HWY
   if constexpr (kGradVector<T, CN>) {
     const D8 d;
@@ -625,8 +629,9 @@ inline int gradRight(const T* row, const T* across, int r, Kvp8u* m, int x, int 
     }
   }
 #endif
-  while (!m[x + 1] && (fits(row + (ptrdiff_t)(x + 1) * CN, row + (ptrdiff_t)x * CN) ||
-                       (across && x < r && fits(row + (ptrdiff_t)(x + 1) * CN, across + (ptrdiff_t)(x + 1) * CN))))
+  while (!m[x + 1] &&
+         (fits(row + (ptrdiff_t)(x + 1) * CN, row + (ptrdiff_t)x * CN) ||
+          (across && x < r && fits(row + (ptrdiff_t)(x + 1) * CN, across + (ptrdiff_t)(x + 1) * CN))))
     m[++x] = 1;
   return x;
 }
@@ -657,8 +662,8 @@ inline int gradLeft(const T* row, Kvp8u* m, int x, const Fits<T, CN>& fits) {
 // First column in [x, last] (all inside the popped run's columns and the
 // image) that is free and fits the pixel directly across; last + 1 if none.
 template <class T, int CN>
-inline int gradCandidate(const T* row, const T* across, const Kvp8u* m, int x, int last, int width,
-                         const Fits<T, CN>& fits) {
+inline int gradCandidate(const T* row, const T* across, const Kvp8u* m, int x, int last,
+                         [[maybe_unused]] int width, const Fits<T, CN>& fits) {
 #if KVP_HAVE_HWY
   if constexpr (kGradVector<T, CN>) {
     const D8 d;
@@ -717,8 +722,8 @@ inline void gradScan(T* img, int step, KvpiSize roi, const Mask& mask, int yy, i
 }
 
 template <bool Eight, class T, int CN>
-void gradDrain(T* img, int step, KvpiSize roi, const Mask& mask, const Fits<T, CN>& fits, const T* nv, GradList& list,
-               Region& reg) {
+void gradDrain(T* img, int step, KvpiSize roi, const Mask& mask, const Fits<T, CN>& fits, const T* nv,
+               GradList& list, Region& reg) {
   while (!list.empty()) {
     const Segment s = list.pop();
     reg.fold(s.y, s.l, s.r);

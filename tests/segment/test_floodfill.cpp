@@ -12,9 +12,9 @@
 
 namespace {
 
-using kvt::Plane;
 using ffr::Img;
 using ffr::Result;
+using kvt::Plane;
 
 enum Family { kExact, kRange, kGrad };
 
@@ -32,37 +32,35 @@ struct Member {
   FillFn<T> fn;
 };
 
-#define FF_EXACT1(F, T)                                                                                       \
-  [](T* p, int s, KvpiSize r, KvpiPoint sd, const T* v, const T*, const T*, KvpiConnectedComp* g, Kvp8u* b) { \
-    return F(p, s, r, sd, *v, g, b);                                                                          \
-  }
-#define FF_EXACT3(F, T)                                                                                       \
-  [](T* p, int s, KvpiSize r, KvpiPoint sd, const T* v, const T*, const T*, KvpiConnectedComp* g, Kvp8u* b) { \
-    return F(p, s, r, sd, v, g, b);                                                                           \
-  }
-#define FF_RANGE1(F, T)                                                                                        \
-  [](T* p, int s, KvpiSize r, KvpiPoint sd, const T* v, const T* mn, const T* mx, KvpiConnectedComp* g,        \
+#define FF_EXACT1(F, T)                                                                           \
+  [](T* p, int s, KvpiSize r, KvpiPoint sd, const T* v, const T*, const T*, KvpiConnectedComp* g, \
+     Kvp8u* b) { return F(p, s, r, sd, *v, g, b); }
+#define FF_EXACT3(F, T)                                                                           \
+  [](T* p, int s, KvpiSize r, KvpiPoint sd, const T* v, const T*, const T*, KvpiConnectedComp* g, \
+     Kvp8u* b) { return F(p, s, r, sd, v, g, b); }
+#define FF_RANGE1(F, T)                                                                                 \
+  [](T* p, int s, KvpiSize r, KvpiPoint sd, const T* v, const T* mn, const T* mx, KvpiConnectedComp* g, \
      Kvp8u* b) { return F(p, s, r, sd, *v, *mn, *mx, g, b); }
-#define FF_RANGE3(F, T)                                                                                        \
-  [](T* p, int s, KvpiSize r, KvpiPoint sd, const T* v, const T* mn, const T* mx, KvpiConnectedComp* g,        \
+#define FF_RANGE3(F, T)                                                                                 \
+  [](T* p, int s, KvpiSize r, KvpiPoint sd, const T* v, const T* mn, const T* mx, KvpiConnectedComp* g, \
      Kvp8u* b) { return F(p, s, r, sd, v, mn, mx, g, b); }
 
-#define FF_MEMBERS(TS, T)                                                                                     \
-  std::vector<Member<T>> members_##TS() {                                                                     \
-    return {                                                                                                  \
-        {"4Con_" #TS "_C1IR", kExact, false, 1, FF_EXACT1(kvpiFloodFill_4Con_##TS##_C1IR, T)},                \
-        {"4Con_" #TS "_C3IR", kExact, false, 3, FF_EXACT3(kvpiFloodFill_4Con_##TS##_C3IR, T)},                \
-        {"8Con_" #TS "_C1IR", kExact, true, 1, FF_EXACT1(kvpiFloodFill_8Con_##TS##_C1IR, T)},                 \
-        {"8Con_" #TS "_C3IR", kExact, true, 3, FF_EXACT3(kvpiFloodFill_8Con_##TS##_C3IR, T)},                 \
-        {"Range4Con_" #TS "_C1IR", kRange, false, 1, FF_RANGE1(kvpiFloodFill_Range4Con_##TS##_C1IR, T)},     \
-        {"Range4Con_" #TS "_C3IR", kRange, false, 3, FF_RANGE3(kvpiFloodFill_Range4Con_##TS##_C3IR, T)},     \
-        {"Range8Con_" #TS "_C1IR", kRange, true, 1, FF_RANGE1(kvpiFloodFill_Range8Con_##TS##_C1IR, T)},      \
-        {"Range8Con_" #TS "_C3IR", kRange, true, 3, FF_RANGE3(kvpiFloodFill_Range8Con_##TS##_C3IR, T)},      \
-        {"Grad4Con_" #TS "_C1IR", kGrad, false, 1, FF_RANGE1(kvpiFloodFill_Grad4Con_##TS##_C1IR, T)},        \
-        {"Grad4Con_" #TS "_C3IR", kGrad, false, 3, FF_RANGE3(kvpiFloodFill_Grad4Con_##TS##_C3IR, T)},        \
-        {"Grad8Con_" #TS "_C1IR", kGrad, true, 1, FF_RANGE1(kvpiFloodFill_Grad8Con_##TS##_C1IR, T)},         \
-        {"Grad8Con_" #TS "_C3IR", kGrad, true, 3, FF_RANGE3(kvpiFloodFill_Grad8Con_##TS##_C3IR, T)},         \
-    };                                                                                                        \
+#define FF_MEMBERS(TS, T)                                                                                \
+  std::vector<Member<T>> members_##TS() {                                                                \
+    return {                                                                                             \
+        {"4Con_" #TS "_C1IR", kExact, false, 1, FF_EXACT1(kvpiFloodFill_4Con_##TS##_C1IR, T)},           \
+        {"4Con_" #TS "_C3IR", kExact, false, 3, FF_EXACT3(kvpiFloodFill_4Con_##TS##_C3IR, T)},           \
+        {"8Con_" #TS "_C1IR", kExact, true, 1, FF_EXACT1(kvpiFloodFill_8Con_##TS##_C1IR, T)},            \
+        {"8Con_" #TS "_C3IR", kExact, true, 3, FF_EXACT3(kvpiFloodFill_8Con_##TS##_C3IR, T)},            \
+        {"Range4Con_" #TS "_C1IR", kRange, false, 1, FF_RANGE1(kvpiFloodFill_Range4Con_##TS##_C1IR, T)}, \
+        {"Range4Con_" #TS "_C3IR", kRange, false, 3, FF_RANGE3(kvpiFloodFill_Range4Con_##TS##_C3IR, T)}, \
+        {"Range8Con_" #TS "_C1IR", kRange, true, 1, FF_RANGE1(kvpiFloodFill_Range8Con_##TS##_C1IR, T)},  \
+        {"Range8Con_" #TS "_C3IR", kRange, true, 3, FF_RANGE3(kvpiFloodFill_Range8Con_##TS##_C3IR, T)},  \
+        {"Grad4Con_" #TS "_C1IR", kGrad, false, 1, FF_RANGE1(kvpiFloodFill_Grad4Con_##TS##_C1IR, T)},    \
+        {"Grad4Con_" #TS "_C3IR", kGrad, false, 3, FF_RANGE3(kvpiFloodFill_Grad4Con_##TS##_C3IR, T)},    \
+        {"Grad8Con_" #TS "_C1IR", kGrad, true, 1, FF_RANGE1(kvpiFloodFill_Grad8Con_##TS##_C1IR, T)},     \
+        {"Grad8Con_" #TS "_C3IR", kGrad, true, 3, FF_RANGE3(kvpiFloodFill_Grad8Con_##TS##_C3IR, T)},     \
+    };                                                                                                   \
   }
 FF_MEMBERS(8u, Kvp8u)
 FF_MEMBERS(16u, Kvp16u)
@@ -71,11 +69,17 @@ FF_MEMBERS(32f, Kvp32f)
 template <class T>
 std::vector<Member<T>> members();
 template <>
-std::vector<Member<Kvp8u>> members() { return members_8u(); }
+std::vector<Member<Kvp8u>> members() {
+  return members_8u();
+}
 template <>
-std::vector<Member<Kvp16u>> members() { return members_16u(); }
+std::vector<Member<Kvp16u>> members() {
+  return members_16u();
+}
 template <>
-std::vector<Member<Kvp32f>> members() { return members_32f(); }
+std::vector<Member<Kvp32f>> members() {
+  return members_32f();
+}
 
 int bufferSize(Family fam, KvpiSize roi) {
   int n = -1;
@@ -89,7 +93,8 @@ struct WorkBuffer {
   std::vector<uint8_t> bytes;
   int size, offset;
   static constexpr int kGuard = 64;
-  WorkBuffer(int size_, int offset_) : bytes((size_t)size_ + offset_ + kGuard, 0xCD), size(size_), offset(offset_) {}
+  WorkBuffer(int size_, int offset_)
+      : bytes((size_t)size_ + offset_ + kGuard, 0xCD), size(size_), offset(offset_) {}
   Kvp8u* data() { return bytes.data() + offset; }
   bool guardsIntact() const {
     for (int i = 0; i < offset; ++i)
@@ -134,7 +139,8 @@ Outcome runFill(const Member<T>& m, Plane<T>& img, KvpiPoint seed, const T* nv, 
 
 // The reference answer; false when the model gave up (a walk without end).
 template <class T>
-bool reference(const Member<T>& m, Img<T>& im, KvpiPoint seed, const T* nv, const T* mn, const T* mx, Result& r) {
+bool reference(const Member<T>& m, Img<T>& im, KvpiPoint seed, const T* nv, const T* mn, const T* mx,
+               Result& r) {
   const int cn = m.cn;
   T s[3];
   for (int c = 0; c < cn; ++c) s[c] = im.px(seed.x, seed.y)[c];
@@ -149,9 +155,11 @@ bool reference(const Member<T>& m, Img<T>& im, KvpiPoint seed, const T* nv, cons
   if (m.fam == kRange) {
     const auto b = ffr::boundsOf(s, mn, mx, cn);
     const int k = (int)((unsigned)im.w * (unsigned)im.h) / 4;
-    return ffr::scanModel(im, seed.x, seed.y, m.eight, nv, [&](const T* p) { return b.ok(p); }, k, r, 200000);
+    return ffr::scanModel(
+        im, seed.x, seed.y, m.eight, nv, [&](const T* p) { return b.ok(p); }, k, r, 200000);
   }
-  r = m.eight ? ffr::gradModel(im, seed.x, seed.y, true, nv, mn, mx) : ffr::gradClosure(im, seed.x, seed.y, nv, mn, mx);
+  r = m.eight ? ffr::gradModel(im, seed.x, seed.y, true, nv, mn, mx)
+              : ffr::gradClosure(im, seed.x, seed.y, nv, mn, mx);
   return true;
 }
 
@@ -165,9 +173,9 @@ template <class T>
       return ::testing::AssertionFailure() << "value[" << c << "] " << g.value[c] << " expected " << v;
   }
   if (g.rect.x != e.x || g.rect.y != e.y || g.rect.width != e.width || g.rect.height != e.height)
-    return ::testing::AssertionFailure() << "rect {" << g.rect.x << "," << g.rect.y << "," << g.rect.width << ","
-                                         << g.rect.height << "} expected {" << e.x << "," << e.y << "," << e.width
-                                         << "," << e.height << "}";
+    return ::testing::AssertionFailure()
+           << "rect {" << g.rect.x << "," << g.rect.y << "," << g.rect.width << "," << g.rect.height
+           << "} expected {" << e.x << "," << e.y << "," << e.width << "," << e.height << "}";
   return ::testing::AssertionSuccess();
 }
 
@@ -253,8 +261,9 @@ void deltas(const Member<T>& m, kvt::Rng& rng, T* nv, T* mn, T* mx) {
 }
 
 const std::vector<KvpiSize>& fillSizes() {
-  static const std::vector<KvpiSize> s = {{1, 1}, {1, 2}, {1, 3}, {2, 1}, {2, 2},  {3, 3},   {7, 1},  {1, 9},
-                                          {5, 4}, {9, 9}, {16, 3}, {17, 13}, {31, 8}, {40, 40}, {67, 23}, {130, 61}};
+  static const std::vector<KvpiSize> s = {{1, 1},  {1, 2},   {1, 3},   {2, 1},   {2, 2},  {3, 3},
+                                          {7, 1},  {1, 9},   {5, 4},   {9, 9},   {16, 3}, {17, 13},
+                                          {31, 8}, {40, 40}, {67, 23}, {130, 61}};
   return s;
 }
 
@@ -300,7 +309,8 @@ TEST(FloodFill, SizeQueries) {
     ASSERT_EQ(kvpStsOk, kvpiFloodFillGetSize_Grad(sz, &g));
     const long long list = (long long)sz.width * 24 * sz.height / 4;
     EXPECT_EQ((int)(uint32_t)(list + 32), n) << kvt::describe(sz);
-    EXPECT_EQ((int)(uint32_t)((long long)(sz.width + 2) * (sz.height + 2) + list + 32), g) << kvt::describe(sz);
+    EXPECT_EQ((int)(uint32_t)((long long)(sz.width + 2) * (sz.height + 2) + list + 32), g)
+        << kvt::describe(sz);
   }
   int keep = 77;
   EXPECT_EQ(kvpStsNullPtr, kvpiFloodFillGetSize({0, 0}, nullptr));
@@ -361,7 +371,8 @@ void checkOrder() {
       EXPECT_EQ(kvpStsStepNotMultiple, call(img.roi(), st + 1, roi, {-1, -1}, nv, mn, mx, &rec, buf.data()));
       EXPECT_EQ(kvpStsBadStep, call(img.roi(), need - 1, roi, {-1, -1}, nv, mn, mx, &rec, buf.data()));
     }
-    for (KvpiPoint bad : {KvpiPoint{-1, 0}, KvpiPoint{w, 0}, KvpiPoint{0, -1}, KvpiPoint{0, h}, KvpiPoint{w, h}})
+    for (KvpiPoint bad :
+         {KvpiPoint{-1, 0}, KvpiPoint{w, 0}, KvpiPoint{0, -1}, KvpiPoint{0, h}, KvpiPoint{w, h}})
       EXPECT_EQ(kvpStsOutOfRange, call(img.roi(), st, roi, bad, nv, mn, mx, &rec, buf.data()));
     EXPECT_TRUE(img.unchanged(before));
     EXPECT_TRUE(buf == bufBefore);
@@ -395,7 +406,8 @@ TEST(FloodFill, UnevenStepTestsOfThreeChannelMembers) {
   EXPECT_EQ(kvpStsOutOfRange, kvpiFloodFill_8Con_16u_C3IR(img16, 24, roi, off, v16, &rec, buf));
   EXPECT_EQ(kvpStsBadStep, kvpiFloodFill_Grad4Con_16u_C3IR(img16, 16, roi, off, v16, v16, v16, &rec, buf));
   EXPECT_EQ(kvpStsOutOfRange, kvpiFloodFill_Grad8Con_32f_C3IR(img32, 16, roi, off, v32, v32, v32, &rec, buf));
-  EXPECT_EQ(kvpStsStepNotMultiple, kvpiFloodFill_Grad8Con_32f_C3IR(img32, 18, roi, off, v32, v32, v32, &rec, buf));
+  EXPECT_EQ(kvpStsStepNotMultiple,
+            kvpiFloodFill_Grad8Con_32f_C3IR(img32, 18, roi, off, v32, v32, v32, &rec, buf));
   EXPECT_EQ(kvpStsBadStep, kvpiFloodFill_Range4Con_32f_C3IR(img32, 12, roi, off, v32, v32, v32, &rec, buf));
 }
 
@@ -514,7 +526,8 @@ TEST(FloodFill, FixedRangeBoundsAreClamped) {
   for (int i = 0; i < 6; ++i) a.at(i, 0) = va[i];
   KvpiConnectedComp rec;
   std::vector<Kvp8u> buf(256);
-  ASSERT_EQ(kvpStsOk, kvpiFloodFill_Range4Con_8u_C1IR(a.roi(), a.step(), a.size(), {2, 0}, 100, 10, 10, &rec, buf.data()));
+  ASSERT_EQ(kvpStsOk, kvpiFloodFill_Range4Con_8u_C1IR(a.roi(), a.step(), a.size(), {2, 0}, 100, 10, 10, &rec,
+                                                      buf.data()));
   EXPECT_EQ(3.0, rec.area);  // 0, 3 and 13
   EXPECT_EQ(1, rec.rect.x);
   EXPECT_EQ(14, a.at(4, 0));
@@ -523,7 +536,8 @@ TEST(FloodFill, FixedRangeBoundsAreClamped) {
   const Kvp8u vb[9] = {255, 255, 255, 250, 250, 250, 240, 240, 240};
   for (int i = 0; i < 9; ++i) b.at(i / 3, 0, i % 3) = vb[i];
   const Kvp8u nv[3] = {1, 2, 3}, mn[3] = {0, 0, 0}, mx[3] = {10, 10, 10};
-  ASSERT_EQ(kvpStsOk, kvpiFloodFill_Range8Con_8u_C3IR(b.roi(), b.step(), b.size(), {1, 0}, nv, mn, mx, &rec, buf.data()));
+  ASSERT_EQ(kvpStsOk, kvpiFloodFill_Range8Con_8u_C3IR(b.roi(), b.step(), b.size(), {1, 0}, nv, mn, mx, &rec,
+                                                      buf.data()));
   EXPECT_EQ(2.0, rec.area);
   EXPECT_EQ(0, rec.rect.x);
   EXPECT_EQ(2, rec.rect.width);
@@ -531,7 +545,8 @@ TEST(FloodFill, FixedRangeBoundsAreClamped) {
   Plane<Kvp16u> c(3, 1, 1, rng);
   const Kvp16u vc[3] = {65535, 65530, 0};
   for (int i = 0; i < 3; ++i) c.at(i, 0) = vc[i];
-  ASSERT_EQ(kvpStsOk, kvpiFloodFill_Range4Con_16u_C1IR(c.roi(), c.step(), c.size(), {1, 0}, 9, 0, 100, &rec, buf.data()));
+  ASSERT_EQ(kvpStsOk, kvpiFloodFill_Range4Con_16u_C1IR(c.roi(), c.step(), c.size(), {1, 0}, 9, 0, 100, &rec,
+                                                       buf.data()));
   EXPECT_EQ(2.0, rec.area);
   EXPECT_EQ(0, c.at(2, 0));
 }
@@ -568,8 +583,8 @@ TEST(FloodFill, ExhaustiveSmallPatterns) {
     KvpiSize sz;
     int patterns;  // 0: all
   };
-  for (Shape shape : {Shape{{3, 3}, 0}, Shape{{4, 3}, 0}, Shape{{2, 5}, 0}, Shape{{6, 3}, 300}, Shape{{5, 3}, 300},
-                      Shape{{3, 6}, 300}}) {
+  for (Shape shape : {Shape{{3, 3}, 0}, Shape{{4, 3}, 0}, Shape{{2, 5}, 0}, Shape{{6, 3}, 300},
+                      Shape{{5, 3}, 300}, Shape{{3, 6}, 300}}) {
     const KvpiSize sz = shape.sz;
     const int n = sz.width * sz.height;
     const int count = shape.patterns ? shape.patterns : 1 << n;
@@ -589,7 +604,8 @@ TEST(FloodFill, ExhaustiveSmallPatterns) {
             Img<Kvp8u> probe = toImg(img);
             Result r;
             if (m.fam == kExact)
-              ffr::scanModel(probe, seed.x, seed.y, m.eight, &nv, [](const Kvp8u* p) { return *p == 10; }, 0, r);
+              ffr::scanModel(
+                  probe, seed.x, seed.y, m.eight, &nv, [](const Kvp8u* p) { return *p == 10; }, 0, r);
             else
               r = ffr::gradModel(probe, seed.x, seed.y, m.eight, &nv, &d, &d);
             outgrown += (long)r.maxDepth * 24 + 7 > 6L * n + 32;
@@ -618,8 +634,8 @@ TEST(FloodFill, RingOfOneStopsAfterTheSeedRun) {
     img.fill([] { return 4.0f; });
     KvpiConnectedComp rec;
     std::vector<Kvp8u> buf(512);
-    ASSERT_EQ(kvpStsOk, kvpiFloodFill_Range8Con_32f_C1IR(img.roi(), img.step(), sz, {0, sz.height - 1}, 9.f, 1.f,
-                                                        1.f, &rec, buf.data()));
+    ASSERT_EQ(kvpStsOk, kvpiFloodFill_Range8Con_32f_C1IR(img.roi(), img.step(), sz, {0, sz.height - 1}, 9.f,
+                                                         1.f, 1.f, &rec, buf.data()));
     const int k = sz.width * sz.height / 4;
     EXPECT_EQ(k == 1 ? (double)sz.width : (double)sz.width * sz.height, rec.area) << kvt::describe(sz);
     EXPECT_EQ(k == 1 ? 1 : sz.height, rec.rect.height);
@@ -645,8 +661,9 @@ TEST(FloodFill, FixedRangeWithNewValueInRangeTerminates) {
       const Kvp8u nv[3] = {21, 21, 21}, d[3] = {4, 4, 4};
       Img<Kvp8u> probe = toImg(img);
       Result r;
-      const bool ends = ffr::scanModel(probe, 0, 0, m.eight, nv, [](const Kvp8u* p) { return *p >= 18 && *p <= 26; },
-                                       size * size / 4, r, 100000);
+      const bool ends = ffr::scanModel(
+          probe, 0, 0, m.eight, nv, [](const Kvp8u* p) { return *p >= 18 && *p <= 26; }, size * size / 4, r,
+          100000);
       const Outcome o = runFill(m, img, {0, 0}, nv, d, d, 6);
       ASSERT_EQ(kvpStsOk, o.st);
       EXPECT_TRUE(o.guards);
