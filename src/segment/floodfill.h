@@ -775,7 +775,11 @@ KvpStatus fillGrad(T* img, int step, KvpiSize roi, KvpiPoint seed, const T* nv, 
   gradDrain<Eight, T, CN>(img, step, roi, mask, fits, nv, list, reg);
   // Runs left behind while the list was full carry 2 in the mask: each
   // stretch of them goes back on the list with no parent, so both
-  // neighbouring rows are examined in full.
+  // neighbouring rows are examined in full. The 4-connected region is the
+  // set reachable through fitting neighbours whatever the order of work, so
+  // it is unchanged by the detour; an 8-connected region compares diagonal
+  // candidates with run ends, which can depend on the order, so after a
+  // detour it may differ from an unbounded list's in such pixels.
   while (list.dropped) {
     list.dropped = false;
     for (int y = list.dropY0; y <= list.dropY1; ++y) {
