@@ -124,8 +124,154 @@ KVP_API KvpStatus kvpiAbsDiffC_16u_C1R(const Kvp16u* pSrc, int srcStep, Kvp16u* 
 KVP_API KvpStatus kvpiAbsDiffC_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, Kvp32f value);
 
 /* ======================================================================
- * Norms
+ * Norms (masked; one channel or one channel of interest of three)
+ * NormRel returns kvpStsDivByZero with NaN or +-infinity when Norm(src2) is 0.
  * ====================================================================== */
+
+/** max |src| over mask != 0 */
+KVP_API KvpStatus kvpiNorm_Inf_8u_C1MR(const Kvp8u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** max |src| over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNorm_Inf_8u_C3CMR(const Kvp8u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** max |src| over mask != 0 */
+KVP_API KvpStatus kvpiNorm_Inf_8s_C1MR(const Kvp8s* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** max |src| over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNorm_Inf_8s_C3CMR(const Kvp8s* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** max |src| over mask != 0 */
+KVP_API KvpStatus kvpiNorm_Inf_16u_C1MR(const Kvp16u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** max |src| over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNorm_Inf_16u_C3CMR(const Kvp16u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** max |src| over mask != 0 */
+KVP_API KvpStatus kvpiNorm_Inf_32f_C1MR(const Kvp32f* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** max |src| over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNorm_Inf_32f_C3CMR(const Kvp32f* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sum |src| over mask != 0 */
+KVP_API KvpStatus kvpiNorm_L1_8u_C1MR(const Kvp8u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sum |src| over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNorm_L1_8u_C3CMR(const Kvp8u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sum |src| over mask != 0 */
+KVP_API KvpStatus kvpiNorm_L1_8s_C1MR(const Kvp8s* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sum |src| over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNorm_L1_8s_C3CMR(const Kvp8s* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sum |src| over mask != 0 */
+KVP_API KvpStatus kvpiNorm_L1_16u_C1MR(const Kvp16u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sum |src| over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNorm_L1_16u_C3CMR(const Kvp16u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sum |src| over mask != 0 */
+KVP_API KvpStatus kvpiNorm_L1_32f_C1MR(const Kvp32f* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sum |src| over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNorm_L1_32f_C3CMR(const Kvp32f* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sqrt(sum src^2) over mask != 0 */
+KVP_API KvpStatus kvpiNorm_L2_8u_C1MR(const Kvp8u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sqrt(sum src^2) over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNorm_L2_8u_C3CMR(const Kvp8u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sqrt(sum src^2) over mask != 0 */
+KVP_API KvpStatus kvpiNorm_L2_8s_C1MR(const Kvp8s* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sqrt(sum src^2) over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNorm_L2_8s_C3CMR(const Kvp8s* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sqrt(sum src^2) over mask != 0 */
+KVP_API KvpStatus kvpiNorm_L2_16u_C1MR(const Kvp16u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sqrt(sum src^2) over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNorm_L2_16u_C3CMR(const Kvp16u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sqrt(sum src^2) over mask != 0 */
+KVP_API KvpStatus kvpiNorm_L2_32f_C1MR(const Kvp32f* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sqrt(sum src^2) over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNorm_L2_32f_C3CMR(const Kvp32f* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** max |src1 - src2| over mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_Inf_8u_C1MR(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** max |src1 - src2| over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNormDiff_Inf_8u_C3CMR(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** max |src1 - src2| over mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_Inf_8s_C1MR(const Kvp8s* pSrc1, int src1Step, const Kvp8s* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** max |src1 - src2| over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNormDiff_Inf_8s_C3CMR(const Kvp8s* pSrc1, int src1Step, const Kvp8s* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** max |src1 - src2| over mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_Inf_16u_C1MR(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** max |src1 - src2| over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNormDiff_Inf_16u_C3CMR(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** max |src1 - src2| over mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_Inf_32f_C1MR(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** max |src1 - src2| over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNormDiff_Inf_32f_C3CMR(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sum |src1 - src2| over mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_L1_8u_C1MR(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sum |src1 - src2| over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNormDiff_L1_8u_C3CMR(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sum |src1 - src2| over mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_L1_8s_C1MR(const Kvp8s* pSrc1, int src1Step, const Kvp8s* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sum |src1 - src2| over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNormDiff_L1_8s_C3CMR(const Kvp8s* pSrc1, int src1Step, const Kvp8s* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sum |src1 - src2| over mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_L1_16u_C1MR(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sum |src1 - src2| over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNormDiff_L1_16u_C3CMR(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sum |src1 - src2| over mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_L1_32f_C1MR(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sum |src1 - src2| over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNormDiff_L1_32f_C3CMR(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sqrt(sum (src1 - src2)^2) over mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_L2_8u_C1MR(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sqrt(sum (src1 - src2)^2) over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNormDiff_L2_8u_C3CMR(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sqrt(sum (src1 - src2)^2) over mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_L2_8s_C1MR(const Kvp8s* pSrc1, int src1Step, const Kvp8s* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sqrt(sum (src1 - src2)^2) over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNormDiff_L2_8s_C3CMR(const Kvp8s* pSrc1, int src1Step, const Kvp8s* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sqrt(sum (src1 - src2)^2) over mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_L2_16u_C1MR(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sqrt(sum (src1 - src2)^2) over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNormDiff_L2_16u_C3CMR(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sqrt(sum (src1 - src2)^2) over mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_L2_32f_C1MR(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sqrt(sum (src1 - src2)^2) over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNormDiff_L2_32f_C3CMR(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** NormDiff_Inf / Norm_Inf(src2) over mask != 0 */
+KVP_API KvpStatus kvpiNormRel_Inf_8u_C1MR(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** NormDiff_Inf / Norm_Inf(src2) over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNormRel_Inf_8u_C3CMR(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** NormDiff_Inf / Norm_Inf(src2) over mask != 0 */
+KVP_API KvpStatus kvpiNormRel_Inf_8s_C1MR(const Kvp8s* pSrc1, int src1Step, const Kvp8s* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** NormDiff_Inf / Norm_Inf(src2) over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNormRel_Inf_8s_C3CMR(const Kvp8s* pSrc1, int src1Step, const Kvp8s* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** NormDiff_Inf / Norm_Inf(src2) over mask != 0 */
+KVP_API KvpStatus kvpiNormRel_Inf_16u_C1MR(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** NormDiff_Inf / Norm_Inf(src2) over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNormRel_Inf_16u_C3CMR(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** NormDiff_Inf / Norm_Inf(src2) over mask != 0 */
+KVP_API KvpStatus kvpiNormRel_Inf_32f_C1MR(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** NormDiff_Inf / Norm_Inf(src2) over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNormRel_Inf_32f_C3CMR(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** NormDiff_L1 / Norm_L1(src2) over mask != 0 */
+KVP_API KvpStatus kvpiNormRel_L1_8u_C1MR(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** NormDiff_L1 / Norm_L1(src2) over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNormRel_L1_8u_C3CMR(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** NormDiff_L1 / Norm_L1(src2) over mask != 0 */
+KVP_API KvpStatus kvpiNormRel_L1_8s_C1MR(const Kvp8s* pSrc1, int src1Step, const Kvp8s* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** NormDiff_L1 / Norm_L1(src2) over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNormRel_L1_8s_C3CMR(const Kvp8s* pSrc1, int src1Step, const Kvp8s* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** NormDiff_L1 / Norm_L1(src2) over mask != 0 */
+KVP_API KvpStatus kvpiNormRel_L1_16u_C1MR(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** NormDiff_L1 / Norm_L1(src2) over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNormRel_L1_16u_C3CMR(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** NormDiff_L1 / Norm_L1(src2) over mask != 0 */
+KVP_API KvpStatus kvpiNormRel_L1_32f_C1MR(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** NormDiff_L1 / Norm_L1(src2) over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNormRel_L1_32f_C3CMR(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** NormDiff_L2 / Norm_L2(src2) over mask != 0 */
+KVP_API KvpStatus kvpiNormRel_L2_8u_C1MR(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** NormDiff_L2 / Norm_L2(src2) over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNormRel_L2_8u_C3CMR(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** NormDiff_L2 / Norm_L2(src2) over mask != 0 */
+KVP_API KvpStatus kvpiNormRel_L2_8s_C1MR(const Kvp8s* pSrc1, int src1Step, const Kvp8s* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** NormDiff_L2 / Norm_L2(src2) over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNormRel_L2_8s_C3CMR(const Kvp8s* pSrc1, int src1Step, const Kvp8s* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** NormDiff_L2 / Norm_L2(src2) over mask != 0 */
+KVP_API KvpStatus kvpiNormRel_L2_16u_C1MR(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** NormDiff_L2 / Norm_L2(src2) over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNormRel_L2_16u_C3CMR(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** NormDiff_L2 / Norm_L2(src2) over mask != 0 */
+KVP_API KvpStatus kvpiNormRel_L2_32f_C1MR(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** NormDiff_L2 / Norm_L2(src2) over mask != 0, channel coi (1..3) */
+KVP_API KvpStatus kvpiNormRel_L2_32f_C3CMR(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
 
 /* ======================================================================
  * Separable border-filter pipeline
