@@ -281,6 +281,35 @@ KVP_API KvpStatus kvpiNormRel_L2_32f_C3CMR(const Kvp32f* pSrc1, int src1Step, co
  * Gaussian 5x5 pyramid
  * ====================================================================== */
 
+/** Buffer size in bytes for one PyrDown level of a source roiWidth pixels wide (dataType 1, 3 or 13; channels 1 or 3). */
+KVP_API KvpStatus kvpiPyrDownGetBufSize_Gauss5x5(int roiWidth, KvpDataType dataType, int channels, int* pBufSize);
+/** Buffer size in bytes for one PyrUp level of a source roiWidth pixels wide (dataType 1, 3 or 13; channels 1 or 3). */
+KVP_API KvpStatus kvpiPyrUpGetBufSize_Gauss5x5(int roiWidth, KvpDataType dataType, int channels, int* pBufSize);
+/** One pyramid level: smooth with the 5x5 binomial kernel and halve (one channel); roiSize is the source size. */
+KVP_API KvpStatus kvpiPyrDown_Gauss5x5_8u_C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, Kvp8u* pBuffer);
+/** One pyramid level: smooth with the 5x5 binomial kernel and halve (three interleaved channels); roiSize is the source size. */
+KVP_API KvpStatus kvpiPyrDown_Gauss5x5_8u_C3R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, Kvp8u* pBuffer);
+/** One pyramid level: smooth with the 5x5 binomial kernel and halve (one channel); roiSize is the source size. */
+KVP_API KvpStatus kvpiPyrDown_Gauss5x5_8s_C1R(const Kvp8s* pSrc, int srcStep, Kvp8s* pDst, int dstStep, KvpiSize roiSize, Kvp8u* pBuffer);
+/** One pyramid level: smooth with the 5x5 binomial kernel and halve (three interleaved channels); roiSize is the source size. */
+KVP_API KvpStatus kvpiPyrDown_Gauss5x5_8s_C3R(const Kvp8s* pSrc, int srcStep, Kvp8s* pDst, int dstStep, KvpiSize roiSize, Kvp8u* pBuffer);
+/** One pyramid level: smooth with the 5x5 binomial kernel and halve (one channel); roiSize is the source size. */
+KVP_API KvpStatus kvpiPyrDown_Gauss5x5_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, Kvp8u* pBuffer);
+/** One pyramid level: smooth with the 5x5 binomial kernel and halve (three interleaved channels); roiSize is the source size. */
+KVP_API KvpStatus kvpiPyrDown_Gauss5x5_32f_C3R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, Kvp8u* pBuffer);
+/** One pyramid level: double and smooth with the 5x5 binomial kernel (one channel); roiSize is the source size. */
+KVP_API KvpStatus kvpiPyrUp_Gauss5x5_8u_C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, Kvp8u* pBuffer);
+/** One pyramid level: double and smooth with the 5x5 binomial kernel (three interleaved channels); roiSize is the source size. */
+KVP_API KvpStatus kvpiPyrUp_Gauss5x5_8u_C3R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, Kvp8u* pBuffer);
+/** One pyramid level: double and smooth with the 5x5 binomial kernel (one channel); roiSize is the source size. */
+KVP_API KvpStatus kvpiPyrUp_Gauss5x5_8s_C1R(const Kvp8s* pSrc, int srcStep, Kvp8s* pDst, int dstStep, KvpiSize roiSize, Kvp8u* pBuffer);
+/** One pyramid level: double and smooth with the 5x5 binomial kernel (three interleaved channels); roiSize is the source size. */
+KVP_API KvpStatus kvpiPyrUp_Gauss5x5_8s_C3R(const Kvp8s* pSrc, int srcStep, Kvp8s* pDst, int dstStep, KvpiSize roiSize, Kvp8u* pBuffer);
+/** One pyramid level: double and smooth with the 5x5 binomial kernel (one channel); roiSize is the source size. */
+KVP_API KvpStatus kvpiPyrUp_Gauss5x5_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, Kvp8u* pBuffer);
+/** One pyramid level: double and smooth with the 5x5 binomial kernel (three interleaved channels); roiSize is the source size. */
+KVP_API KvpStatus kvpiPyrUp_Gauss5x5_32f_C3R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, Kvp8u* pBuffer);
+
 /* ======================================================================
  * Flood fill
  * ====================================================================== */
