@@ -1,9 +1,10 @@
+SHELL := /bin/bash
 # Front door. `make demo` builds and runs the demo; `make test` builds and
 # runs the tests. Everything else goes through CMake in build/.
 JOBS ?= $(shell nproc)
 BUILD ?= build
 
-.PHONY: all demo test test-native test-sanitize test-tsan test-valgrind bench clean
+.PHONY: all demo test test-native test-sanitize test-tsan test-valgrind fuzz bench clean
 
 all:
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release
@@ -43,8 +44,20 @@ test-valgrind: all
 	  echo "valgrind $$t"; KVT_SMALL=1 OMP_NUM_THREADS=2 $(VALGRIND) $$t --gtest_brief=1 > /dev/null; \
 	done; echo "valgrind: clean"
 
+# Every libFuzzer target for a bounded time from its seed corpus (clang).
+FUZZ_SECONDS ?= 20
+fuzz:
+	CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKVP_FUZZ=ON -DKVP_BUILD_BENCH=OFF -DKVP_BUILD_EXAMPLES=OFF
+	@set -e; for src in tests/fuzz/fuzz_*.cpp; do \
+	  t=$$(basename $$src .cpp); mkdir -p build-fuzz/new/$$t; \
+	  cmake --build build-fuzz -j $(JOBS) --target $$t > build-fuzz/build-$$t.log 2>&1 || { cat build-fuzz/build-$$t.log; exit 1; }; \
+	  echo "fuzz $$t for $(FUZZ_SECONDS) s"; \
+	  build-fuzz/bin/$$t -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 build-fuzz/new/$$t tests/fuzz/corpus/$$t 2>&1 | grep -E 'stat::number_of_executed_units|ERROR|SUMMARY' ; \
+	  test $${PIPESTATUS[0]} -eq 0; \
+	done
+
 bench: all
 	$(BUILD)/bin/kvpcv_bench --benchmark_counters_tabular=true
 
 clean:
-	rm -rf $(BUILD) build-asan build-tsan build-native out
+	rm -rf $(BUILD) build-asan build-tsan build-native build-fuzz out
