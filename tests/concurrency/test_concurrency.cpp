@@ -64,3 +64,23 @@ TEST(Concurrency, CallsFromInsideAnApplicationParallelRegion) {
 }
 
 }  // namespace
+
+namespace {
+
+// No exported function takes memory from the core allocator (scratch space
+// comes from the caller): with the allocator set to fail, every workload
+// gives the same result and the armed failure is still pending afterwards.
+TEST(Allocation, NoFunctionDependsOnTheAllocator) {
+  const auto& all = kvt::workloads();
+  kvt::Threads one(1);
+  std::vector<std::vector<uint8_t>> expect;
+  for (const auto& w : all) expect.push_back(w.run(3));
+  kvpSetMallocFailCountdown(1);
+  for (size_t i = 0; i < all.size(); ++i) EXPECT_EQ(expect[i], all[i].run(3)) << all[i].name;
+  void* p = kvpMalloc(16);
+  EXPECT_EQ(nullptr, p) << "some workload called the allocator";
+  kvpFree(p);
+  kvpSetMallocFailCountdown(0);
+}
+
+}  // namespace
