@@ -131,6 +131,79 @@ KVP_API KvpStatus kvpiAbsDiffC_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* 
  * Separable border-filter pipeline
  * ====================================================================== */
 
+/** Row pass of a separable filter (8u16s, C1): borders made by type, one result row per source row. */
+KVP_API KvpStatus kvpiFilterRowBorderPipeline_8u16s_C1R(const Kvp8u* pSrc, int srcStep, Kvp16s** ppDst, KvpiSize roiSize, const Kvp16s* pKernel, int kernelSize, int xAnchor, int borderType, Kvp8u borderValue, int divisor, Kvp8u* pBuffer);
+/** Bytes of work buffer for kvpiFilterRowBorderPipeline_8u16s_C1R. */
+KVP_API KvpStatus kvpiFilterRowBorderPipelineGetBufferSize_8u16s_C1R(KvpiSize roiSize, int kernelSize, int* pBufferSize);
+/** Row pass of a separable filter (8u16s, C3): borders made by type, one result row per source row. */
+KVP_API KvpStatus kvpiFilterRowBorderPipeline_8u16s_C3R(const Kvp8u* pSrc, int srcStep, Kvp16s** ppDst, KvpiSize roiSize, const Kvp16s* pKernel, int kernelSize, int xAnchor, int borderType, const Kvp8u* pBorderValue, int divisor, Kvp8u* pBuffer);
+/** Bytes of work buffer for kvpiFilterRowBorderPipeline_8u16s_C3R. */
+KVP_API KvpStatus kvpiFilterRowBorderPipelineGetBufferSize_8u16s_C3R(KvpiSize roiSize, int kernelSize, int* pBufferSize);
+/** Row pass of a separable filter (16s, C1): borders made by type, one result row per source row. */
+KVP_API KvpStatus kvpiFilterRowBorderPipeline_16s_C1R(const Kvp16s* pSrc, int srcStep, Kvp16s** ppDst, KvpiSize roiSize, const Kvp16s* pKernel, int kernelSize, int xAnchor, int borderType, Kvp16s borderValue, int divisor, Kvp8u* pBuffer);
+/** Bytes of work buffer for kvpiFilterRowBorderPipeline_16s_C1R. */
+KVP_API KvpStatus kvpiFilterRowBorderPipelineGetBufferSize_16s_C1R(KvpiSize roiSize, int kernelSize, int* pBufferSize);
+/** Row pass of a separable filter (16s, C3): borders made by type, one result row per source row. */
+KVP_API KvpStatus kvpiFilterRowBorderPipeline_16s_C3R(const Kvp16s* pSrc, int srcStep, Kvp16s** ppDst, KvpiSize roiSize, const Kvp16s* pKernel, int kernelSize, int xAnchor, int borderType, const Kvp16s* pBorderValue, int divisor, Kvp8u* pBuffer);
+/** Bytes of work buffer for kvpiFilterRowBorderPipeline_16s_C3R. */
+KVP_API KvpStatus kvpiFilterRowBorderPipelineGetBufferSize_16s_C3R(KvpiSize roiSize, int kernelSize, int* pBufferSize);
+/** Row pass of a separable filter (Low_16s, C1): borders made by type, one result row per source row. */
+KVP_API KvpStatus kvpiFilterRowBorderPipeline_Low_16s_C1R(const Kvp16s* pSrc, int srcStep, Kvp16s** ppDst, KvpiSize roiSize, const Kvp16s* pKernel, int kernelSize, int xAnchor, int borderType, Kvp16s borderValue, int divisor, Kvp8u* pBuffer);
+/** Bytes of work buffer for kvpiFilterRowBorderPipeline_Low_16s_C1R. */
+KVP_API KvpStatus kvpiFilterRowBorderPipelineGetBufferSize_Low_16s_C1R(KvpiSize roiSize, int kernelSize, int* pBufferSize);
+/** Row pass of a separable filter (Low_16s, C3): borders made by type, one result row per source row. */
+KVP_API KvpStatus kvpiFilterRowBorderPipeline_Low_16s_C3R(const Kvp16s* pSrc, int srcStep, Kvp16s** ppDst, KvpiSize roiSize, const Kvp16s* pKernel, int kernelSize, int xAnchor, int borderType, const Kvp16s* pBorderValue, int divisor, Kvp8u* pBuffer);
+/** Bytes of work buffer for kvpiFilterRowBorderPipeline_Low_16s_C3R. */
+KVP_API KvpStatus kvpiFilterRowBorderPipelineGetBufferSize_Low_16s_C3R(KvpiSize roiSize, int kernelSize, int* pBufferSize);
+/** Row pass of a separable filter (32f, C1): borders made by type, one result row per source row. */
+KVP_API KvpStatus kvpiFilterRowBorderPipeline_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f** ppDst, KvpiSize roiSize, const Kvp32f* pKernel, int kernelSize, int xAnchor, int borderType, Kvp32f borderValue, Kvp8u* pBuffer);
+/** Bytes of work buffer for kvpiFilterRowBorderPipeline_32f_C1R. */
+KVP_API KvpStatus kvpiFilterRowBorderPipelineGetBufferSize_32f_C1R(KvpiSize roiSize, int kernelSize, int* pBufferSize);
+/** Row pass of a separable filter (32f, C3): borders made by type, one result row per source row. */
+KVP_API KvpStatus kvpiFilterRowBorderPipeline_32f_C3R(const Kvp32f* pSrc, int srcStep, Kvp32f** ppDst, KvpiSize roiSize, const Kvp32f* pKernel, int kernelSize, int xAnchor, int borderType, const Kvp32f* pBorderValue, Kvp8u* pBuffer);
+/** Bytes of work buffer for kvpiFilterRowBorderPipeline_32f_C3R. */
+KVP_API KvpStatus kvpiFilterRowBorderPipelineGetBufferSize_32f_C3R(KvpiSize roiSize, int kernelSize, int* pBufferSize);
+/** Column pass of a separable filter (16s, C1) over an array of height + kernelSize - 1 row pointers. */
+KVP_API KvpStatus kvpiFilterColumnPipeline_16s_C1R(const Kvp16s** ppSrc, Kvp16s* pDst, int dstStep, KvpiSize dstRoiSize, const Kvp16s* pKernel, int kernelSize, int divisor, Kvp8u* pBuffer);
+/** Bytes of work buffer for kvpiFilterColumnPipeline_16s_C1R. */
+KVP_API KvpStatus kvpiFilterColumnPipelineGetBufferSize_16s_C1R(KvpiSize roiSize, int kernelSize, int* pBufferSize);
+/** Column pass of a separable filter (16s, C3) over an array of height + kernelSize - 1 row pointers. */
+KVP_API KvpStatus kvpiFilterColumnPipeline_16s_C3R(const Kvp16s** ppSrc, Kvp16s* pDst, int dstStep, KvpiSize dstRoiSize, const Kvp16s* pKernel, int kernelSize, int divisor, Kvp8u* pBuffer);
+/** Bytes of work buffer for kvpiFilterColumnPipeline_16s_C3R. */
+KVP_API KvpStatus kvpiFilterColumnPipelineGetBufferSize_16s_C3R(KvpiSize roiSize, int kernelSize, int* pBufferSize);
+/** Column pass of a separable filter (16s8u, C1) over an array of height + kernelSize - 1 row pointers. */
+KVP_API KvpStatus kvpiFilterColumnPipeline_16s8u_C1R(const Kvp16s** ppSrc, Kvp8u* pDst, int dstStep, KvpiSize dstRoiSize, const Kvp16s* pKernel, int kernelSize, int divisor, Kvp8u* pBuffer);
+/** Bytes of work buffer for kvpiFilterColumnPipeline_16s8u_C1R. */
+KVP_API KvpStatus kvpiFilterColumnPipelineGetBufferSize_16s8u_C1R(KvpiSize roiSize, int kernelSize, int* pBufferSize);
+/** Column pass of a separable filter (16s8u, C3) over an array of height + kernelSize - 1 row pointers. */
+KVP_API KvpStatus kvpiFilterColumnPipeline_16s8u_C3R(const Kvp16s** ppSrc, Kvp8u* pDst, int dstStep, KvpiSize dstRoiSize, const Kvp16s* pKernel, int kernelSize, int divisor, Kvp8u* pBuffer);
+/** Bytes of work buffer for kvpiFilterColumnPipeline_16s8u_C3R. */
+KVP_API KvpStatus kvpiFilterColumnPipelineGetBufferSize_16s8u_C3R(KvpiSize roiSize, int kernelSize, int* pBufferSize);
+/** Column pass of a separable filter (16s8s, C1) over an array of height + kernelSize - 1 row pointers. */
+KVP_API KvpStatus kvpiFilterColumnPipeline_16s8s_C1R(const Kvp16s** ppSrc, Kvp8s* pDst, int dstStep, KvpiSize dstRoiSize, const Kvp16s* pKernel, int kernelSize, int divisor, Kvp8u* pBuffer);
+/** Bytes of work buffer for kvpiFilterColumnPipeline_16s8s_C1R. */
+KVP_API KvpStatus kvpiFilterColumnPipelineGetBufferSize_16s8s_C1R(KvpiSize roiSize, int kernelSize, int* pBufferSize);
+/** Column pass of a separable filter (16s8s, C3) over an array of height + kernelSize - 1 row pointers. */
+KVP_API KvpStatus kvpiFilterColumnPipeline_16s8s_C3R(const Kvp16s** ppSrc, Kvp8s* pDst, int dstStep, KvpiSize dstRoiSize, const Kvp16s* pKernel, int kernelSize, int divisor, Kvp8u* pBuffer);
+/** Bytes of work buffer for kvpiFilterColumnPipeline_16s8s_C3R. */
+KVP_API KvpStatus kvpiFilterColumnPipelineGetBufferSize_16s8s_C3R(KvpiSize roiSize, int kernelSize, int* pBufferSize);
+/** Column pass of a separable filter (Low_16s, C1) over an array of height + kernelSize - 1 row pointers. */
+KVP_API KvpStatus kvpiFilterColumnPipeline_Low_16s_C1R(const Kvp16s** ppSrc, Kvp16s* pDst, int dstStep, KvpiSize dstRoiSize, const Kvp16s* pKernel, int kernelSize, int divisor, Kvp8u* pBuffer);
+/** Bytes of work buffer for kvpiFilterColumnPipeline_Low_16s_C1R. */
+KVP_API KvpStatus kvpiFilterColumnPipelineGetBufferSize_Low_16s_C1R(KvpiSize roiSize, int kernelSize, int* pBufferSize);
+/** Column pass of a separable filter (Low_16s, C3) over an array of height + kernelSize - 1 row pointers. */
+KVP_API KvpStatus kvpiFilterColumnPipeline_Low_16s_C3R(const Kvp16s** ppSrc, Kvp16s* pDst, int dstStep, KvpiSize dstRoiSize, const Kvp16s* pKernel, int kernelSize, int divisor, Kvp8u* pBuffer);
+/** Bytes of work buffer for kvpiFilterColumnPipeline_Low_16s_C3R. */
+KVP_API KvpStatus kvpiFilterColumnPipelineGetBufferSize_Low_16s_C3R(KvpiSize roiSize, int kernelSize, int* pBufferSize);
+/** Column pass of a separable filter (32f, C1) over an array of height + kernelSize - 1 row pointers. */
+KVP_API KvpStatus kvpiFilterColumnPipeline_32f_C1R(const Kvp32f** ppSrc, Kvp32f* pDst, int dstStep, KvpiSize dstRoiSize, const Kvp32f* pKernel, int kernelSize, Kvp8u* pBuffer);
+/** Bytes of work buffer for kvpiFilterColumnPipeline_32f_C1R. */
+KVP_API KvpStatus kvpiFilterColumnPipelineGetBufferSize_32f_C1R(KvpiSize roiSize, int kernelSize, int* pBufferSize);
+/** Column pass of a separable filter (32f, C3) over an array of height + kernelSize - 1 row pointers. */
+KVP_API KvpStatus kvpiFilterColumnPipeline_32f_C3R(const Kvp32f** ppSrc, Kvp32f* pDst, int dstStep, KvpiSize dstRoiSize, const Kvp32f* pKernel, int kernelSize, Kvp8u* pBuffer);
+/** Bytes of work buffer for kvpiFilterColumnPipeline_32f_C3R. */
+KVP_API KvpStatus kvpiFilterColumnPipelineGetBufferSize_32f_C3R(KvpiSize roiSize, int kernelSize, int* pBufferSize);
+
 /* ======================================================================
  * Gaussian 5x5 pyramid
  * ====================================================================== */

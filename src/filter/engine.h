@@ -1,0 +1,289 @@
+// Separable filter engine shared by the row and column pipelines and by the
+// fixed-kernel routines.
+//
+// A "span" computes n consecutive output elements from K input pointers:
+//   out[e] = sum_j tap[j] * p_j[e]          (taps added in order j = 0, 1, ...)
+// For the row pass p_j = s + j * channels (s: the row extended by its
+// border); for the column pass p_j = rows[y + j]. The arithmetic of the sum
+// and of the final scaling is an Op:
+//   OpScaled   integer sum (32-bit, wrapping), float(sum) * (1/divisor),
+//              clamp, round half to even
+//   OpFloatTap float sum of sample * (tap / divisor), clamp, round
+//   OpLow1     16-bit wrapping sum stored as it is (divisor 1)
+//   OpLowQ     16-bit wrapping sum times the Q14 reciprocal, >> 14, clamp
+//   OpF32      float sum, stored as it is
+//   OpExact    integer sum, saturated (fixed kernels, no divisor)
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+
+#include "kvpcore.h"
+
+namespace kvp::filt {
+
+// Border codes and the in-memory flags of internal callers.
+enum : int { kBorderConst = 0, kBorderRepl = 1, kBorderWrap = 2, kBorderMirr = 3, kBorderMirrR = 4 };
+enum : int { kBorderInMemLeft = 64, kBorderInMemRight = 128 };
+
+template <class T> struct Limits;
+template <> struct Limits<Kvp8u> { static constexpr float lo = 0.f, hi = 255.f; };
+template <> struct Limits<Kvp8s> { static constexpr float lo = -128.f, hi = 127.f; };
+template <> struct Limits<Kvp16s> { static constexpr float lo = -32768.f, hi = 32767.f; };
+
+// Clamp to the destination range, then round half to even: adding and
+// removing 1.5 * 2^23 leaves the nearest integer (ties to even) for the
+// clamped range, and vectorises without a rounding instruction.
+template <class D>
+inline D clampRound(float v) {
+  v = v < Limits<D>::lo ? Limits<D>::lo : v;
+  v = v > Limits<D>::hi ? Limits<D>::hi : v;
+  return (D)(int)((v + 12582912.0f) - 12582912.0f);
+}
+
+template <class S, class D>
+struct OpScaled {
+  using Src = S;
+  using Dst = D;
+  using Acc = uint32_t;
+  const Kvp16s* taps;
+  float recip;
+  int tap(int j) const { return taps[j]; }
+  static Acc first(int t, S s) { return (uint32_t)(t * (int)s); }
+  static Acc add(Acc a, int t, S s) { return a + (uint32_t)(t * (int)s); }
+  D store(Acc a) const { return clampRound<D>((float)(int32_t)a * recip); }
+};
+
+template <class D>
+struct OpFloatTap {
+  using Src = Kvp16s;
+  using Dst = D;
+  using Acc = float;
+  const float* taps;  // tap * (1 / divisor)
+  float tap(int j) const { return taps[j]; }
+  static Acc first(float t, Kvp16s s) { return (float)s * t; }
+  static Acc add(Acc a, float t, Kvp16s s) { return a + (float)s * t; }
+  D store(Acc a) const { return clampRound<D>(a); }
+};
+
+struct OpLow1 {
+  using Src = Kvp16s;
+  using Dst = Kvp16s;
+  using Acc = uint16_t;
+  const Kvp16s* taps;
+  int tap(int j) const { return taps[j]; }
+  static Acc first(int t, Kvp16s s) { return (uint16_t)(t * (int)s); }
+  static Acc add(Acc a, int t, Kvp16s s) { return (uint16_t)(a + (uint16_t)(t * (int)s)); }
+  static Kvp16s store(Acc a) { return (Kvp16s)a; }
+};
+
+struct OpLowQ {
+  using Src = Kvp16s;
+  using Dst = Kvp16s;
+  using Acc = uint16_t;
+  const Kvp16s* taps;
+  int q;  // round(16384 / divisor), 16-bit
+  int tap(int j) const { return taps[j]; }
+  static Acc first(int t, Kvp16s s) { return (uint16_t)(t * (int)s); }
+  static Acc add(Acc a, int t, Kvp16s s) { return (uint16_t)(a + (uint16_t)(t * (int)s)); }
+  Kvp16s store(Acc a) const {
+    int v = ((int)(int16_t)a * q) >> 14;
+    v = v < -32768 ? -32768 : v;
+    v = v > 32767 ? 32767 : v;
+    return (Kvp16s)v;
+  }
+};
+
+struct OpF32 {
+  using Src = Kvp32f;
+  using Dst = Kvp32f;
+  using Acc = float;
+  const float* taps;
+  float tap(int j) const { return taps[j]; }
+  static Acc first(float t, float s) { return t * s; }
+  static Acc add(Acc a, float t, float s) { return a + t * s; }
+  static float store(Acc a) { return a; }
+};
+
+// Fixed kernels: exact integer sums (saturated) or float sums, taps built in.
+template <class S, class D, const int* Taps>
+struct OpExact {
+  using Src = S;
+  using Dst = D;
+  using Acc = std::conditional_t<std::is_same_v<S, float>, float, int>;
+  int tap(int j) const { return Taps[j]; }
+  static Acc first(int t, S s) {
+    if constexpr (std::is_same_v<S, float>) return (float)t * s;
+    else return t * (int)s;
+  }
+  static Acc add(Acc a, int t, S s) {
+    if constexpr (std::is_same_v<S, float>) return a + (float)t * s;
+    else return a + t * (int)s;
+  }
+  static D store(Acc a) {
+    if constexpr (std::is_same_v<D, float>) {
+      return a;
+    } else {
+      constexpr int lo = (int)Limits<D>::lo, hi = (int)Limits<D>::hi;
+      return (D)(a < lo ? lo : (a > hi ? hi : a));
+    }
+  }
+};
+
+inline int quotientQ14(int divisor) {
+  // 16384 / divisor in float, rounded to nearest (ties to even), kept in 16 bits.
+  const float f = 16384.0f / (float)divisor;
+  return (int)(int16_t)(int)((f + 12582912.0f) - 12582912.0f);
+}
+
+// ---- spans --------------------------------------------------------------
+
+// Fixed tap count: one fused pass, each element summed in registers.
+template <int K, class Op, class PtrOf>
+inline void spanFixed(const Op& op, PtrOf ptrOf, typename Op::Dst* dst, int n) {
+  const typename Op::Src* p[K];
+  decltype(op.tap(0)) t[K];
+  for (int j = 0; j < K; ++j) {
+    p[j] = ptrOf(j);
+    t[j] = op.tap(j);
+  }
+#pragma omp simd
+  for (int e = 0; e < n; ++e) {
+    typename Op::Acc a = Op::first(t[0], p[0][e]);
+    for (int j = 1; j < K; ++j) a = Op::add(a, t[j], p[j][e]);
+    dst[e] = op.store(a);
+  }
+}
+
+// Any tap count: blocks of elements, the taps added one after another into
+// a block of accumulators.
+template <class Op, class PtrOf>
+inline void spanGeneral(const Op& op, PtrOf ptrOf, int k, typename Op::Dst* dst, int n) {
+  constexpr int kBlock = 512;
+  typename Op::Acc acc[kBlock];
+  for (int e0 = 0; e0 < n; e0 += kBlock) {
+    const int m = n - e0 < kBlock ? n - e0 : kBlock;
+    {
+      const typename Op::Src* p = ptrOf(0) + e0;
+      const auto t = op.tap(0);
+#pragma omp simd
+      for (int i = 0; i < m; ++i) acc[i] = Op::first(t, p[i]);
+    }
+    for (int j = 1; j < k; ++j) {
+      const typename Op::Src* p = ptrOf(j) + e0;
+      const auto t = op.tap(j);
+#pragma omp simd
+      for (int i = 0; i < m; ++i) acc[i] = Op::add(acc[i], t, p[i]);
+    }
+    typename Op::Dst* d = dst + e0;
+#pragma omp simd
+    for (int i = 0; i < m; ++i) d[i] = op.store(acc[i]);
+  }
+}
+
+// K = 0 selects the general span.
+template <int K, class Op, class PtrOf>
+inline void span(const Op& op, PtrOf ptrOf, int k, typename Op::Dst* dst, int n) {
+  if constexpr (K > 0) spanFixed<K>(op, ptrOf, dst, n);
+  else spanGeneral(op, ptrOf, k, dst, n);
+}
+
+// ---- borders ------------------------------------------------------------
+
+inline int floorMod(int a, int m) {
+  const int r = a % m;
+  return r < 0 ? r + m : r;
+}
+
+// Source pixel index for an extended position p (any integer) of a row of
+// width w, for a base border type other than constant. Positions further
+// out than one period repeat the rule.
+inline int borderIndex(int p, int w, int base) {
+  if (p >= 0 && p < w) return p;
+  switch (base) {
+    case kBorderRepl:
+      return p < 0 ? 0 : w - 1;
+    case kBorderWrap:
+      return floorMod(p, w);
+    case kBorderMirr: {
+      if (w == 1) return 0;
+      const int period = 2 * w - 2;
+      const int q = floorMod(p, period);
+      return q < w ? q : period - q;
+    }
+    default: {  // kBorderMirrR
+      const int period = 2 * w;
+      const int q = floorMod(p, period);
+      return q < w ? q : period - 1 - q;
+    }
+  }
+}
+
+// Writes the extended pixels [p0, p0 + count) of a row into out (channels
+// interleaved). type: base code in the low four bits, flags 64 / 128 read
+// the pixels left / right of the row from memory.
+template <class T>
+inline void extendRow(const T* src, int w, int ch, int type, const T* borderValue, int p0, int count, T* out) {
+  const int base = type & 15;
+  for (int i = 0; i < count; ++i) {
+    const int p = p0 + i;
+    T* o = out + (ptrdiff_t)i * ch;
+    if ((p < 0 && (type & kBorderInMemLeft)) || (p >= w && (type & kBorderInMemRight)) || (p >= 0 && p < w)) {
+      for (int c = 0; c < ch; ++c) o[c] = src[(ptrdiff_t)p * ch + c];
+    } else if (base == kBorderConst) {
+      for (int c = 0; c < ch; ++c) o[c] = borderValue[c];
+    } else {
+      const int q = borderIndex(p, w, base);
+      for (int c = 0; c < ch; ++c) o[c] = src[(ptrdiff_t)q * ch + c];
+    }
+  }
+}
+
+// Builds the bordered pieces of one row in work: the left piece holds the
+// extended pixels that the first min(anchor, w) outputs read, the right
+// piece those of the outputs whose windows pass the right end. Returns the
+// element offset of the right piece; *xRight is the first output computed
+// from it.
+template <class T>
+inline int fillBorder(const T* src, int w, int ch, int k, int anchor, int type, const T* borderValue, T* work,
+                      int* xRight) {
+  const int nLeft = anchor < w ? anchor : w;
+  if (nLeft > 0) extendRow(src, w, ch, type, borderValue, -anchor, nLeft + k - 1, work);
+  const int right = k - 1 - anchor;
+  int xr = w - right;
+  if (xr < nLeft) xr = nLeft;
+  const int offset = (nLeft > 0 ? nLeft + k - 1 : 0) * ch;
+  if (xr < w) extendRow(src, w, ch, type, borderValue, xr - anchor, (w - xr) + k - 1, work + offset);
+  *xRight = xr;
+  return offset;
+}
+
+// Elements of the two pieces at most (for sizing the work area).
+inline long long pieceElems(int k, int ch) { return (long long)4 * k * ch; }
+
+// One row of the row pass: borders into work, then the left piece, the
+// middle straight from the source and the right piece.
+template <int K, class Op>
+inline void filterRow(const Op& op, const typename Op::Src* src, int w, int ch, int k, int anchor, int type,
+                      const typename Op::Src* borderValue, typename Op::Src* work, typename Op::Dst* dst) {
+  using S = typename Op::Src;
+  int xr = 0;
+  const int off = fillBorder(src, w, ch, k, anchor, type, borderValue, work, &xr);
+  const int nLeft = anchor < w ? anchor : w;
+  if (nLeft > 0) {
+    const S* s = work;
+    span<K>(op, [&](int j) { return s + (ptrdiff_t)j * ch; }, k, dst, nLeft * ch);
+  }
+  if (xr > nLeft) {
+    const S* s = src + (ptrdiff_t)(nLeft - anchor) * ch;
+    span<K>(op, [&](int j) { return s + (ptrdiff_t)j * ch; }, k, dst + (ptrdiff_t)nLeft * ch, (xr - nLeft) * ch);
+  }
+  if (xr < w) {
+    const S* s = work + off;
+    span<K>(op, [&](int j) { return s + (ptrdiff_t)j * ch; }, k, dst + (ptrdiff_t)xr * ch, (w - xr) * ch);
+  }
+}
+
+}  // namespace kvp::filt
