@@ -107,21 +107,18 @@ struct OpF32 {
   static float store(Acc a) { return a; }
 };
 
-// Fixed kernels: exact integer sums (saturated) or float sums, taps built in.
-template <class S, class D, const int* Taps>
+// Fixed kernels: taps built in (a constant table), no divisor; integer
+// sums are exact and saturated to the destination, float sums are added in
+// storage order.
+template <class S, class D, auto Taps>
 struct OpExact {
   using Src = S;
   using Dst = D;
-  using Acc = std::conditional_t<std::is_same_v<S, float>, float, int>;
-  int tap(int j) const { return Taps[j]; }
-  static Acc first(int t, S s) {
-    if constexpr (std::is_same_v<S, float>) return (float)t * s;
-    else return t * (int)s;
-  }
-  static Acc add(Acc a, int t, S s) {
-    if constexpr (std::is_same_v<S, float>) return a + (float)t * s;
-    else return a + t * (int)s;
-  }
+  static constexpr bool kFloat = std::is_same_v<S, float>;
+  using Acc = std::conditional_t<kFloat, float, int>;
+  static constexpr Acc tap(int j) { return (Acc)Taps[j]; }
+  static Acc first(Acc t, S s) { return t * (Acc)s; }
+  static Acc add(Acc a, Acc t, S s) { return a + t * (Acc)s; }
   static D store(Acc a) {
     if constexpr (std::is_same_v<D, float>) {
       return a;
