@@ -347,6 +347,35 @@ KVP_API KvpStatus kvpiFloodFill_Grad8Con_32f_C3IR(Kvp32f* pImage, int imageStep,
  * Distance transforms
  * ====================================================================== */
 
+/** Chamfer step costs {axial, diagonal[, knight]} as integers for kerSize 3 or 5 and norm 0 (chessboard), 1 (L1) or 2 (L2). */
+KVP_API KvpStatus kvpiGetDistanceTransformMask_32s(int kerSize, int norm, Kvp32s* pMetrics);
+/** Chamfer step costs {axial, diagonal[, knight]} as floats for kerSize 3 or 5 and norm 0, 1 or 2. */
+KVP_API KvpStatus kvpiGetDistanceTransformMask_32f(int kerSize, int norm, Kvp32f* pMetrics);
+/** Float step costs for maskType = 10 * kerSize + norm (30, 31, 32, 50, 51, 52). */
+KVP_API KvpStatus kvpiGetDistanceTransformMask(int maskType, Kvp32f* pMetrics);
+
+/** 3x3 chamfer distance to the nearest zero source pixel, saturating at 255. */
+KVP_API KvpStatus kvpiDistanceTransform_3x3_8u_C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, Kvp32s* pMetrics);
+/** 5x5 chamfer distance (with knight steps) to the nearest zero source pixel, saturating at 255. */
+KVP_API KvpStatus kvpiDistanceTransform_5x5_8u_C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, Kvp32s* pMetrics);
+/** 3x3 chamfer distance in place: the plane is both source and destination. */
+KVP_API KvpStatus kvpiDistanceTransform_3x3_8u_C1IR(Kvp8u* pSrcDst, int srcDstStep, KvpiSize roiSize, Kvp32s* pMetrics);
+/** 5x5 chamfer distance in place: the plane is both source and destination. */
+KVP_API KvpStatus kvpiDistanceTransform_5x5_8u_C1IR(Kvp8u* pSrcDst, int srcDstStep, KvpiSize roiSize, Kvp32s* pMetrics);
+/** 3x3 chamfer distance, saturating at 65535. */
+KVP_API KvpStatus kvpiDistanceTransform_3x3_8u16u_C1R(const Kvp8u* pSrc, int srcStep, Kvp16u* pDst, int dstStep, KvpiSize roiSize, Kvp32s* pMetrics);
+/** 5x5 chamfer distance, saturating at 65535. */
+KVP_API KvpStatus kvpiDistanceTransform_5x5_8u16u_C1R(const Kvp8u* pSrc, int srcStep, Kvp16u* pDst, int dstStep, KvpiSize roiSize, Kvp32s* pMetrics);
+/** 3x3 chamfer distance in float with float costs; no zero pixel leaves FLT_MAX everywhere. */
+KVP_API KvpStatus kvpiDistanceTransform_3x3_8u32f_C1R(const Kvp8u* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, Kvp32f* pMetrics);
+/** 5x5 chamfer distance in float with float costs; no zero pixel leaves FLT_MAX everywhere. */
+KVP_API KvpStatus kvpiDistanceTransform_5x5_8u32f_C1R(const Kvp8u* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, Kvp32f* pMetrics);
+
+/** Bytes of work buffer for the exact transform: (24 * max(W4, H4) + 56) per library thread. */
+KVP_API KvpStatus kvpiTrueDistanceTransformGetBufferSize_8u32f_C1R(KvpiSize roiSize, int* pBufferSize);
+/** Exact Euclidean distance to the nearest zero source pixel; +infinity everywhere when there is none. */
+KVP_API KvpStatus kvpiTrueDistanceTransform_8u32f_C1R(const Kvp8u* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, Kvp8u* pBuffer);
+
 /* ======================================================================
  * Integral images and rectangle standard deviation
  * ====================================================================== */
