@@ -127,6 +127,151 @@ KVP_API KvpStatus kvpiAbsDiffC_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* 
  * Norms
  * ====================================================================== */
 
+/** largest |src| where mask != 0 */
+KVP_API KvpStatus kvpiNorm_Inf_8u_C1MR(const Kvp8u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** largest |src| over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNorm_Inf_8u_C3CMR(const Kvp8u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** largest |src| where mask != 0 */
+KVP_API KvpStatus kvpiNorm_Inf_8s_C1MR(const Kvp8s* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** largest |src| over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNorm_Inf_8s_C3CMR(const Kvp8s* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** largest |src| where mask != 0 */
+KVP_API KvpStatus kvpiNorm_Inf_16u_C1MR(const Kvp16u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** largest |src| over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNorm_Inf_16u_C3CMR(const Kvp16u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** largest |src| where mask != 0 */
+KVP_API KvpStatus kvpiNorm_Inf_32f_C1MR(const Kvp32f* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** largest |src| over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNorm_Inf_32f_C3CMR(const Kvp32f* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sum of |src| where mask != 0 */
+KVP_API KvpStatus kvpiNorm_L1_8u_C1MR(const Kvp8u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sum of |src| over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNorm_L1_8u_C3CMR(const Kvp8u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sum of |src| where mask != 0 */
+KVP_API KvpStatus kvpiNorm_L1_8s_C1MR(const Kvp8s* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sum of |src| over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNorm_L1_8s_C3CMR(const Kvp8s* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sum of |src| where mask != 0 */
+KVP_API KvpStatus kvpiNorm_L1_16u_C1MR(const Kvp16u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sum of |src| over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNorm_L1_16u_C3CMR(const Kvp16u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sum of |src| where mask != 0 */
+KVP_API KvpStatus kvpiNorm_L1_32f_C1MR(const Kvp32f* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sum of |src| over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNorm_L1_32f_C3CMR(const Kvp32f* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sqrt of the sum of (src)^2 where mask != 0 */
+KVP_API KvpStatus kvpiNorm_L2_8u_C1MR(const Kvp8u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sqrt of the sum of (src)^2 over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNorm_L2_8u_C3CMR(const Kvp8u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sqrt of the sum of (src)^2 where mask != 0 */
+KVP_API KvpStatus kvpiNorm_L2_8s_C1MR(const Kvp8s* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sqrt of the sum of (src)^2 over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNorm_L2_8s_C3CMR(const Kvp8s* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sqrt of the sum of (src)^2 where mask != 0 */
+KVP_API KvpStatus kvpiNorm_L2_16u_C1MR(const Kvp16u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sqrt of the sum of (src)^2 over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNorm_L2_16u_C3CMR(const Kvp16u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sqrt of the sum of (src)^2 where mask != 0 */
+KVP_API KvpStatus kvpiNorm_L2_32f_C1MR(const Kvp32f* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sqrt of the sum of (src)^2 over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNorm_L2_32f_C3CMR(const Kvp32f* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** largest |src1 - src2| where mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_Inf_8u_C1MR(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** largest |src1 - src2| over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_Inf_8u_C3CMR(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** largest |src1 - src2| where mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_Inf_8s_C1MR(const Kvp8s* pSrc1, int src1Step, const Kvp8s* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** largest |src1 - src2| over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_Inf_8s_C3CMR(const Kvp8s* pSrc1, int src1Step, const Kvp8s* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** largest |src1 - src2| where mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_Inf_16u_C1MR(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** largest |src1 - src2| over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_Inf_16u_C3CMR(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** largest |src1 - src2| where mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_Inf_32f_C1MR(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** largest |src1 - src2| over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_Inf_32f_C3CMR(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sum of |src1 - src2| where mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_L1_8u_C1MR(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sum of |src1 - src2| over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_L1_8u_C3CMR(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sum of |src1 - src2| where mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_L1_8s_C1MR(const Kvp8s* pSrc1, int src1Step, const Kvp8s* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sum of |src1 - src2| over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_L1_8s_C3CMR(const Kvp8s* pSrc1, int src1Step, const Kvp8s* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sum of |src1 - src2| where mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_L1_16u_C1MR(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sum of |src1 - src2| over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_L1_16u_C3CMR(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sum of |src1 - src2| where mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_L1_32f_C1MR(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sum of |src1 - src2| over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_L1_32f_C3CMR(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sqrt of the sum of (src1 - src2)^2 where mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_L2_8u_C1MR(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sqrt of the sum of (src1 - src2)^2 over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_L2_8u_C3CMR(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sqrt of the sum of (src1 - src2)^2 where mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_L2_8s_C1MR(const Kvp8s* pSrc1, int src1Step, const Kvp8s* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sqrt of the sum of (src1 - src2)^2 over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_L2_8s_C3CMR(const Kvp8s* pSrc1, int src1Step, const Kvp8s* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sqrt of the sum of (src1 - src2)^2 where mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_L2_16u_C1MR(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sqrt of the sum of (src1 - src2)^2 over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_L2_16u_C3CMR(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** sqrt of the sum of (src1 - src2)^2 where mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_L2_32f_C1MR(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** sqrt of the sum of (src1 - src2)^2 over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNormDiff_L2_32f_C3CMR(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** Inf norm of src1 - src2 divided by that of src2; kvpStsDivByZero (NaN or +inf) when the latter is 0 where mask != 0 */
+KVP_API KvpStatus kvpiNormRel_Inf_8u_C1MR(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** Inf norm of src1 - src2 divided by that of src2; kvpStsDivByZero (NaN or +inf) when the latter is 0 over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNormRel_Inf_8u_C3CMR(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** Inf norm of src1 - src2 divided by that of src2; kvpStsDivByZero (NaN or +inf) when the latter is 0 where mask != 0 */
+KVP_API KvpStatus kvpiNormRel_Inf_8s_C1MR(const Kvp8s* pSrc1, int src1Step, const Kvp8s* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** Inf norm of src1 - src2 divided by that of src2; kvpStsDivByZero (NaN or +inf) when the latter is 0 over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNormRel_Inf_8s_C3CMR(const Kvp8s* pSrc1, int src1Step, const Kvp8s* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** Inf norm of src1 - src2 divided by that of src2; kvpStsDivByZero (NaN or +inf) when the latter is 0 where mask != 0 */
+KVP_API KvpStatus kvpiNormRel_Inf_16u_C1MR(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** Inf norm of src1 - src2 divided by that of src2; kvpStsDivByZero (NaN or +inf) when the latter is 0 over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNormRel_Inf_16u_C3CMR(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** Inf norm of src1 - src2 divided by that of src2; kvpStsDivByZero (NaN or +inf) when the latter is 0 where mask != 0 */
+KVP_API KvpStatus kvpiNormRel_Inf_32f_C1MR(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** Inf norm of src1 - src2 divided by that of src2; kvpStsDivByZero (NaN or +inf) when the latter is 0 over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNormRel_Inf_32f_C3CMR(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** L1 norm of src1 - src2 divided by that of src2; kvpStsDivByZero (NaN or +inf) when the latter is 0 where mask != 0 */
+KVP_API KvpStatus kvpiNormRel_L1_8u_C1MR(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** L1 norm of src1 - src2 divided by that of src2; kvpStsDivByZero (NaN or +inf) when the latter is 0 over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNormRel_L1_8u_C3CMR(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** L1 norm of src1 - src2 divided by that of src2; kvpStsDivByZero (NaN or +inf) when the latter is 0 where mask != 0 */
+KVP_API KvpStatus kvpiNormRel_L1_8s_C1MR(const Kvp8s* pSrc1, int src1Step, const Kvp8s* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** L1 norm of src1 - src2 divided by that of src2; kvpStsDivByZero (NaN or +inf) when the latter is 0 over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNormRel_L1_8s_C3CMR(const Kvp8s* pSrc1, int src1Step, const Kvp8s* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** L1 norm of src1 - src2 divided by that of src2; kvpStsDivByZero (NaN or +inf) when the latter is 0 where mask != 0 */
+KVP_API KvpStatus kvpiNormRel_L1_16u_C1MR(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** L1 norm of src1 - src2 divided by that of src2; kvpStsDivByZero (NaN or +inf) when the latter is 0 over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNormRel_L1_16u_C3CMR(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** L1 norm of src1 - src2 divided by that of src2; kvpStsDivByZero (NaN or +inf) when the latter is 0 where mask != 0 */
+KVP_API KvpStatus kvpiNormRel_L1_32f_C1MR(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** L1 norm of src1 - src2 divided by that of src2; kvpStsDivByZero (NaN or +inf) when the latter is 0 over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNormRel_L1_32f_C3CMR(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** L2 norm of src1 - src2 divided by that of src2; kvpStsDivByZero (NaN or +inf) when the latter is 0 where mask != 0 */
+KVP_API KvpStatus kvpiNormRel_L2_8u_C1MR(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** L2 norm of src1 - src2 divided by that of src2; kvpStsDivByZero (NaN or +inf) when the latter is 0 over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNormRel_L2_8u_C3CMR(const Kvp8u* pSrc1, int src1Step, const Kvp8u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** L2 norm of src1 - src2 divided by that of src2; kvpStsDivByZero (NaN or +inf) when the latter is 0 where mask != 0 */
+KVP_API KvpStatus kvpiNormRel_L2_8s_C1MR(const Kvp8s* pSrc1, int src1Step, const Kvp8s* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** L2 norm of src1 - src2 divided by that of src2; kvpStsDivByZero (NaN or +inf) when the latter is 0 over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNormRel_L2_8s_C3CMR(const Kvp8s* pSrc1, int src1Step, const Kvp8s* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** L2 norm of src1 - src2 divided by that of src2; kvpStsDivByZero (NaN or +inf) when the latter is 0 where mask != 0 */
+KVP_API KvpStatus kvpiNormRel_L2_16u_C1MR(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** L2 norm of src1 - src2 divided by that of src2; kvpStsDivByZero (NaN or +inf) when the latter is 0 over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNormRel_L2_16u_C3CMR(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+/** L2 norm of src1 - src2 divided by that of src2; kvpStsDivByZero (NaN or +inf) when the latter is 0 where mask != 0 */
+KVP_API KvpStatus kvpiNormRel_L2_32f_C1MR(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pValue);
+/** L2 norm of src1 - src2 divided by that of src2; kvpStsDivByZero (NaN or +inf) when the latter is 0 over channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiNormRel_L2_32f_C3CMR(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pValue);
+
 /* ======================================================================
  * Separable border-filter pipeline
  * ====================================================================== */
