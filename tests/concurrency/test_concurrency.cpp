@@ -3,6 +3,7 @@
 // computed by a lone single-threaded call. Run under ThreadSanitizer by
 // `make test-tsan`.
 #include <atomic>
+#include <cstring>
 #include <functional>
 #include <thread>
 #include <vector>
@@ -81,6 +82,35 @@ TEST(Allocation, NoFunctionDependsOnTheAllocator) {
   EXPECT_EQ(nullptr, p) << "some workload called the allocator";
   kvpFree(p);
   kvpSetMallocFailCountdown(0);
+}
+
+}  // namespace
+
+namespace {
+
+// The one allocating path: a chamfer transform into a 16-bit plane whose
+// step is not a whole number of elements works through a packed scratch
+// plane. When the allocator fails it returns kvpStsNoMemory and writes
+// nothing; otherwise it gives the packed result.
+TEST(Allocation, ChamferScratchPlaneFailure) {
+  const int w = 9, h = 5, step = w * 2 + 1;
+  std::vector<Kvp8u> src((size_t)w * h, 1);
+  src[(size_t)2 * w + 4] = 0;
+  Kvp32s metrics[2] = {1, 2};
+  std::vector<Kvp8u> out((size_t)step * h, 0xCD);
+  const auto before = out;
+  auto call = [&] {
+    return kvpiDistanceTransform_3x3_8u16u_C1R(src.data(), w, reinterpret_cast<Kvp16u*>(out.data()), step,
+                                               {w, h}, metrics);
+  };
+  kvpSetMallocFailCountdown(1);
+  EXPECT_EQ(kvpStsNoMemory, call());
+  kvpSetMallocFailCountdown(0);
+  EXPECT_EQ(before, out);
+  EXPECT_EQ(kvpStsOk, call());
+  Kvp16u corner;
+  std::memcpy(&corner, out.data(), 2);
+  EXPECT_EQ(6, corner) << "(0,0) is 2 rows and 4 columns away: 2 diagonal steps (2 each) + 2 axial (1 each)";
 }
 
 }  // namespace
