@@ -8,14 +8,14 @@ their times.
 
   ./build/bin/kvpcv_bench --benchmark_format=json --benchmark_repetitions=5 \
       --benchmark_report_aggregates_only=true > bench.json
-  python3 bench/report.py bench.json
+  python3 bench/report.py bench.json [Prefix1,Prefix2]   # only BM_<Prefix>...
 """
 import json
 import re
 import sys
 
 
-def main(path):
+def main(path, prefixes=None):
     data = json.load(open(path))
     times = {}
     for b in data["benchmarks"]:
@@ -23,6 +23,8 @@ def main(path):
             continue
         name = re.sub(r"(_median|/real_time)", "", b["run_name"] if "run_name" in b else b["name"])
         scale = {"ns": 1e-3, "us": 1.0, "ms": 1e3}[b["time_unit"]]
+        if prefixes and not any(name.startswith("BM_" + p) for p in prefixes):
+            continue
         times[name] = b["real_time"] * scale
     rows, others = [], []
     for name, t in times.items():
@@ -31,8 +33,10 @@ def main(path):
             case, tmpl, args = m.group(1), m.group(2) or "", m.group(3) or ""
             peer = times.get(f"BM_{case}_ocv{tmpl}{args}")
             rows.append((case + tmpl, args.strip("/"), t, peer))
-        elif not re.search(r"_ocv(<\d+>)?(/|$)", name):
-            others.append((name, t))
+        else:
+            m2 = re.match(r"BM_(.+)_ocv(<\d+>)?(/.*)?$", name)
+            if not (m2 and f"BM_{m2.group(1)}_kvp{m2.group(2) or ''}{m2.group(3) or ''}" in times):
+                others.append((name, t))
     print("| case | size / threads | kvpCV (us) | OpenCV (us) | ratio |")
     print("|---|---|---:|---:|---:|")
     for case, args, t, peer in rows:
@@ -50,4 +54,4 @@ def main(path):
 
 
 if __name__ == "__main__":
-    main(sys.argv[1])
+    main(sys.argv[1], sys.argv[2].split(",") if len(sys.argv) > 2 else None)
