@@ -21,20 +21,20 @@ def main(path, prefixes=None):
     for b in data["benchmarks"]:
         if b.get("aggregate_name", "median") != "median":
             continue
-        name = re.sub(r"(_median|/real_time)", "", b["run_name"] if "run_name" in b else b["name"])
+        name = re.sub(r"(_median|/real_time|[()])", "", b["run_name"] if "run_name" in b else b["name"])
         scale = {"ns": 1e-3, "us": 1.0, "ms": 1e3}[b["time_unit"]]
         if prefixes and not any(name.startswith("BM_" + p) for p in prefixes):
             continue
         times[name] = b["real_time"] * scale
     rows, others = [], []
     for name, t in times.items():
-        m = re.match(r"BM_(.+)_kvp(<\d+>)?(/.*)?$", name)
+        m = re.match(r"BM_(.+)_kvp(<[^>]*>)?(/.*)?$", name)
         if m:
             case, tmpl, args = m.group(1), m.group(2) or "", m.group(3) or ""
             peer = times.get(f"BM_{case}_ocv{tmpl}{args}")
             rows.append((case + tmpl, args.strip("/"), t, peer))
         else:
-            m2 = re.match(r"BM_(.+)_ocv(<\d+>)?(/.*)?$", name)
+            m2 = re.match(r"BM_(.+)_ocv(<[^>]*>)?(/.*)?$", name)
             if not (m2 and f"BM_{m2.group(1)}_kvp{m2.group(2) or ''}{m2.group(3) or ''}" in times):
                 others.append((name, t))
     print("| case | size / threads | kvpCV (us) | OpenCV (us) | ratio |")
