@@ -7,6 +7,7 @@
 #include <cmath>
 #include <string>
 
+#include "bench_photo.h"
 #include "bench_util.h"
 
 #ifdef KVP_HAVE_OPENCV
@@ -15,43 +16,12 @@
 
 namespace {
 
-// The bundled gray photograph through the system PNG library when it can be
-// loaded; rings and bars otherwise.
-std::vector<Kvp8u> loadPhoto(int& w, int& h) {
-  std::string path = __FILE__;
-  path = path.substr(0, path.find_last_of('/')) + "/../assets/camera.png";
-  std::vector<Kvp8u> gray;
-  if (void* lib = dlopen("libpng16.so.16", RTLD_NOW)) {
-    auto begin = (decltype(&png_image_begin_read_from_file))dlsym(lib, "png_image_begin_read_from_file");
-    auto finish = (decltype(&png_image_finish_read))dlsym(lib, "png_image_finish_read");
-    auto release = (decltype(&png_image_free))dlsym(lib, "png_image_free");
-    png_image im{};
-    im.version = PNG_IMAGE_VERSION;
-    if (begin && finish && release && begin(&im, path.c_str())) {
-      im.format = PNG_FORMAT_GRAY;
-      gray.resize(PNG_IMAGE_SIZE(im));
-      w = (int)im.width;
-      h = (int)im.height;
-      if (!finish(&im, nullptr, gray.data(), 0, nullptr)) gray.clear();
-      release(&im);
-    }
-    dlclose(lib);
-  }
-  if (gray.empty()) {
-    w = h = 512;
-    gray.resize(512 * 512);
-    for (int y = 0; y < 512; ++y)
-      for (int x = 0; x < 512; ++x)
-        gray[(size_t)y * 512 + x] = (Kvp8u)(((int)std::hypot(x - 200, y - 260) / 24 % 2) * 120 + (x / 64 % 2) * 100);
-  }
-  return gray;
-}
 
 // Nearest-neighbour stretch to width x height, thresholded at 100: dark
 // parts become the zero (feature) pixels.
 std::vector<Kvp8u> thresholded(int width, int height) {
   int w = 0, h = 0;
-  const std::vector<Kvp8u> g = loadPhoto(w, h);
+  const std::vector<Kvp8u> g = kvpb::photo(w, h);
   std::vector<Kvp8u> v((size_t)width * height);
   for (int y = 0; y < height; ++y)
     for (int x = 0; x < width; ++x)

@@ -37,25 +37,7 @@ KVP_BENCH(BM_MotionHistory_8u_kvp);
 KVP_BENCH(BM_MotionHistory_16u_kvp);
 KVP_BENCH(BM_MotionHistory_32f_kvp);
 
-void BM_MotionHistory_memcpy(benchmark::State& st) {
-  const long long bytes = st.range(0) * st.range(1) * st.range(2);
-  std::vector<char> src(bytes, 1), dst(bytes);
-  for (auto _ : st) {
-    std::memcpy(dst.data(), src.data(), bytes);
-    benchmark::ClobberMemory();
-  }
-  kvpb::setBytes(st, bytes);
-}
-BENCHMARK(BM_MotionHistory_memcpy)
-    ->ArgNames({"w", "h", "bytes/px"})
-    ->Args({1920, 1080, 5})
-    ->Args({1920, 1080, 6})
-    ->Args({1920, 1080, 8})
-    ->Args({3840, 2160, 5})
-    ->Args({3840, 2160, 6})
-    ->Args({3840, 2160, 8})
-    ->Unit(benchmark::kMicrosecond)
-    ->UseRealTime();
+// The memcpy references for 5, 6 and 8 bytes per pixel are BM_Memcpy in arith.cpp.
 
 #ifdef KVP_HAVE_OPENCV_CONTRIB
 void BM_MotionHistory_8u_ocv(benchmark::State& st) {

@@ -1,0 +1,47 @@
+// The bundled gray photograph for benchmarks that need a real scene.
+#pragma once
+
+#include <dlfcn.h>
+#include <png.h>
+
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "kvpcv.h"
+
+namespace kvpb {
+
+// The bundled gray photograph, read through the system PNG library when it
+// can be loaded; a synthetic scene of rings and bars otherwise.
+inline std::vector<Kvp8u> photo(int& w, int& h) {
+  std::string path = __FILE__;
+  path = path.substr(0, path.find_last_of('/')) + "/../assets/camera.png";
+  std::vector<Kvp8u> gray;
+  if (void* lib = dlopen("libpng16.so.16", RTLD_NOW)) {
+    auto begin = (decltype(&png_image_begin_read_from_file))dlsym(lib, "png_image_begin_read_from_file");
+    auto finish = (decltype(&png_image_finish_read))dlsym(lib, "png_image_finish_read");
+    auto release = (decltype(&png_image_free))dlsym(lib, "png_image_free");
+    png_image im{};
+    im.version = PNG_IMAGE_VERSION;
+    if (begin && finish && release && begin(&im, path.c_str())) {
+      im.format = PNG_FORMAT_GRAY;
+      gray.resize(PNG_IMAGE_SIZE(im));
+      w = (int)im.width;
+      h = (int)im.height;
+      if (!finish(&im, nullptr, gray.data(), 0, nullptr)) gray.clear();
+      release(&im);
+    }
+    dlclose(lib);
+  }
+  if (gray.empty()) {
+    w = h = 512;
+    gray.resize(512 * 512);
+    for (int y = 0; y < 512; ++y)
+      for (int x = 0; x < 512; ++x)
+        gray[(size_t)y * 512 + x] = (Kvp8u)(((int)std::hypot(x - 200, y - 260) / 24 % 2) * 120 + (x / 64 % 2) * 100);
+  }
+  return gray;
+}
+
+}  // namespace kvpb
