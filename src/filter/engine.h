@@ -20,6 +20,7 @@
 #include <cstring>
 #include <type_traits>
 
+#include "frame/simd.h"
 #include "kvpcore.h"
 
 namespace kvp::filt {
@@ -107,6 +108,53 @@ struct OpF32 {
   static float store(Acc a) { return a; }
 };
 
+// Exact integer form of the scaled routes. When the divisor is 2^s and no
+// partial sum can reach 2^24 in magnitude, every float step of OpScaled and
+// OpFloatTap is exact, so their result is the integer sum times 2^-s,
+// clamped and rounded half to even; clamping and rounding commute at integer
+// bounds, so integer arithmetic gives it directly: a rounding shift, then
+// saturation. Acc is int16_t when the sums are known to fit 16 bits (8-bit
+// rows, small taps, room left for the rounding bias), which doubles the
+// lanes per vector.
+template <class S, class D, class A>
+struct OpShift {
+  using Src = S;
+  using Dst = D;
+  using Acc = A;
+  const Kvp16s* taps;
+  int shift;  // 0 .. kMaxShift
+  A half;     // 2^(shift - 1) (unused without a shift)
+  OpShift(const Kvp16s* t, int s) : taps(t), shift(s), half((A)(s ? 1 << (s - 1) : 1)) {}
+  A tap(int j) const { return (A)taps[j]; }
+  static A first(A t, S s) { return (A)(t * (A)s); }
+  static A add(A a, A t, S s) { return (A)(a + (A)(t * (A)s)); }
+  D store(A a) const {
+    A q = shift ? (A)((a + (half - 1) + ((a >> shift) & 1)) >> shift) : a;
+    if constexpr (sizeof(D) < sizeof(A)) {
+      constexpr A lo = (A)Limits<D>::lo, hi = (A)Limits<D>::hi;
+      q = q < lo ? lo : q;
+      q = q > hi ? hi : q;
+    }
+    return (D)q;
+  }
+};
+
+constexpr int kMaxShift = 14;
+
+// s when divisor == 2^s with s <= kMaxShift, else -1.
+inline int divisorShift(int divisor) {
+  for (int s = 0; s <= kMaxShift; ++s)
+    if (divisor == 1 << s) return s;
+  return -1;
+}
+
+// Bound on |partial sum| for samples of magnitude at most maxAbs.
+inline long long sumBound(const Kvp16s* taps, int k, long long maxAbs) {
+  long long b = 0;
+  for (int j = 0; j < k; ++j) b += (taps[j] < 0 ? -(long long)taps[j] : taps[j]) * maxAbs;
+  return b;
+}
+
 // Fixed kernels: taps built in (a constant table), no divisor; integer
 // sums are exact and saturated to the destination, float sums are added in
 // storage order.
@@ -153,6 +201,106 @@ inline void spanFixed(const Op& op, PtrOf ptrOf, typename Op::Dst* dst, int n) {
     dst[e] = op.store(a);
   }
 }
+
+#if KVP_HAVE_HWY
+// Vector forms of the exact integer route (OpShift). Sums of 16-bit
+// products are formed in 16-bit lanes when they fit; otherwise pairs of
+// taps go through the widening pairwise multiply-add on the two rows
+// interleaved within each 128-bit block, and packing back to 16 bits also
+// works within blocks, so the lanes come out in memory order.
+namespace vx {
+
+// (a + half - 1 + bit 0 of the quotient) >> shift rounds half to even;
+// callers keep a + half within the lane type.
+template <class D, class V>
+HWY_INLINE V roundShift(D d, V a, int shift, V halfLess1) {
+  const V odd = hn::And(hn::ShiftRightSame(a, shift), hn::Set(d, 1));
+  return hn::ShiftRightSame(hn::Add(hn::Add(a, halfLess1), odd), shift);
+}
+
+template <class D16, class S>
+HWY_INLINE hn::Vec<D16> load16(D16 d16, const S* p) {
+  if constexpr (sizeof(S) == 1) return hn::PromoteTo(d16, hn::LoadU(hn::Rebind<uint8_t, D16>(), p));
+  else return hn::LoadU(d16, p);
+}
+
+template <class D16, class D>
+HWY_INLINE void store16(D16 d16, hn::Vec<D16> v, D* out) {
+  if constexpr (sizeof(D) == 2) hn::StoreU(v, d16, out);
+  else hn::StoreU(hn::DemoteTo(hn::Rebind<D, D16>(), v), hn::Rebind<D, D16>(), out);
+}
+
+// Two taps side by side in each 32-bit lane.
+template <class D16>
+HWY_INLINE hn::Vec<D16> tapPair(D16 d16, int t0, int t1) {
+  const hn::RepartitionToWide<D16> d32;
+  return hn::BitCast(d16, hn::Set(d32, (int32_t)((uint32_t)(uint16_t)t0 | ((uint32_t)(uint16_t)t1 << 16))));
+}
+
+// Elements [0, end) in whole vectors, k taps (K when it is not 0); returns
+// end.
+template <int K, bool Round, class S, class D, class A, class PtrOf>
+HWY_INLINE int spanShift(const OpShift<S, D, A>& op, PtrOf ptrOf, int k, D* dst, int n) {
+  const hn::ScalableTag<int16_t> d16;
+  const int lanes = (int)hn::Lanes(d16);
+  const int kk = K > 0 ? K : k;
+  int e = 0;
+  if constexpr (sizeof(A) == 2) {
+    const auto half = hn::Set(d16, (A)(op.half - 1));
+    for (; e + lanes <= n; e += lanes) {
+      auto a = hn::Mul(hn::Set(d16, op.taps[0]), load16(d16, ptrOf(0) + e));
+      for (int j = 1; j < kk; ++j) a = hn::Add(a, hn::Mul(hn::Set(d16, op.taps[j]), load16(d16, ptrOf(j) + e)));
+      if constexpr (Round) a = roundShift(d16, a, op.shift, half);
+      store16(d16, a, dst + e);
+    }
+  } else {
+    const hn::RepartitionToWide<decltype(d16)> d32;
+    const auto half = hn::Set(d32, (A)(op.half - 1));
+    for (; e + lanes <= n; e += lanes) {
+      auto lo0 = hn::Zero(d32), lo1 = hn::Zero(d32), hi0 = hn::Zero(d32), hi1 = hn::Zero(d32);
+      for (int j = 0; j < kk; j += 2) {
+        const auto x = load16(d16, ptrOf(j) + e);
+        const auto y = j + 1 < kk ? load16(d16, ptrOf(j + 1) + e) : hn::Zero(d16);
+        const auto t = tapPair(d16, op.taps[j], j + 1 < kk ? op.taps[j + 1] : 0);
+        lo0 = hn::ReorderWidenMulAccumulate(d32, hn::InterleaveLower(d16, x, y), t, lo0, lo1);
+        hi0 = hn::ReorderWidenMulAccumulate(d32, hn::InterleaveUpper(d16, x, y), t, hi0, hi1);
+      }
+      auto lo = hn::RearrangeToOddPlusEven(lo0, lo1), hi = hn::RearrangeToOddPlusEven(hi0, hi1);
+      if constexpr (Round) {
+        lo = roundShift(d32, lo, op.shift, half);
+        hi = roundShift(d32, hi, op.shift, half);
+      }
+      store16(d16, hn::ReorderDemote2To(d16, lo, hi), dst + e);
+    }
+  }
+  return e;
+}
+
+}  // namespace vx
+
+// OpShift spans: vectors, then the remaining elements one by one.
+template <int K, class S, class D, class A, class PtrOf>
+inline void spanShift(const OpShift<S, D, A>& op, PtrOf ptrOf, int k, D* dst, int n) {
+  int e = op.shift ? vx::spanShift<K, true>(op, ptrOf, k, dst, n) : vx::spanShift<K, false>(op, ptrOf, k, dst, n);
+  const int kk = K > 0 ? K : k;
+  for (; e < n; ++e) {
+    A a = op.first(op.tap(0), ptrOf(0)[e]);
+    for (int j = 1; j < kk; ++j) a = op.add(a, op.tap(j), ptrOf(j)[e]);
+    dst[e] = op.store(a);
+  }
+}
+
+template <int K, class S, class D, class A, class PtrOf>
+inline void spanFixed(const OpShift<S, D, A>& op, PtrOf ptrOf, D* dst, int n) {
+  spanShift<K>(op, ptrOf, K, dst, n);
+}
+
+template <class S, class D, class A, class PtrOf>
+inline void spanGeneral(const OpShift<S, D, A>& op, PtrOf ptrOf, int k, D* dst, int n) {
+  spanShift<0>(op, ptrOf, k, dst, n);
+}
+#endif
+
 
 // Any tap count: blocks of elements, the taps added one after another into
 // a block of accumulators.

@@ -82,8 +82,17 @@ KvpStatus rowInteger(int variant, const S* src, int srcStep, Kvp16s** dst, KvpiS
       rowDispatch(OpLowQ{kernel, quotientQ14(divisor)}, (const Kvp16s*)src, srcStep, dst, roi, ch, k, anchor, type,
                   (const Kvp16s*)values, buffer, area, 32);
   } else {
-    rowDispatch(OpScaled<S, Kvp16s>{kernel, 1.0f / (float)divisor}, src, srcStep, dst, roi, ch, k, anchor, type,
-                values, buffer, area, 16);
+    const int shift = divisorShift(divisor);
+    const long long bound = shift < 0 ? -1 : sumBound(kernel, k, sizeof(S) == 1 ? 255 : 32768);
+    if (shift >= 0 && bound + (shift ? 1 << (shift - 1) : 0) <= 32767)
+      rowDispatch(OpShift<S, Kvp16s, int16_t>(kernel, shift), src, srcStep, dst, roi, ch, k, anchor, type, values,
+                  buffer, area, 16);
+    else if (shift >= 0 && bound < (1 << 24))
+      rowDispatch(OpShift<S, Kvp16s, int32_t>(kernel, shift), src, srcStep, dst, roi, ch, k, anchor, type, values,
+                  buffer, area, 16);
+    else
+      rowDispatch(OpScaled<S, Kvp16s>{kernel, 1.0f / (float)divisor}, src, srcStep, dst, roi, ch, k, anchor, type,
+                  values, buffer, area, 16);
   }
   return kvpStsOk;
 }
@@ -106,7 +115,12 @@ KvpStatus columnInteger(const Kvp16s** rows, D* dst, int dstStep, KvpiSize roi, 
     return s;
   const int elems = roi.width * ch;
   const float recip = 1.0f / (float)divisor;
-  if (k == 3 || k == 5) {
+  const int shift = divisorShift(divisor);
+  if (shift >= 0 && sumBound(kernel, k, 32768) < (1 << 24)) {
+    const OpShift<Kvp16s, D, int32_t> op(kernel, shift);
+    columnBands(roi, columnThreaded(roi, k),
+                [&](int y0, int count) { columnDispatch(op, rows, dst, dstStep, elems, k, y0, count); });
+  } else if (k == 3 || k == 5) {
     // Float route: taps pre-multiplied by the reciprocal.
     float taps[5];
     for (int j = 0; j < k; ++j) taps[j] = (float)kernel[j] * recip;

@@ -225,7 +225,12 @@ void checkColumnOnce(const ColCase<S, D, K>& c, kvt::Rng& rng, KvpiSize sz, int 
   const int elems = sz.width * c.ch;
   const int ringRows = std::min(sz.height + k - 1, k + 3);
   Plane<S> ring(sz.width, ringRows, c.ch, rng);
-  ring.fill([&] { return randomValue<S>(rng, c.srcLo, c.srcHi); });
+  // A quarter of the samples at each end of the range, so that sums reach
+  // their bounds.
+  ring.fill([&] {
+    const unsigned pick = rng() % 4;
+    return pick == 0 ? (S)c.srcLo : pick == 1 ? (S)c.srcHi : randomValue<S>(rng, c.srcLo, c.srcHi);
+  });
   const int phase = (int)(rng() % ringRows);
   std::vector<const S*> rows(sz.height + k - 1);
   for (size_t i = 0; i < rows.size(); ++i) rows[i] = ring.row((int)((i + phase) % ringRows));
@@ -295,6 +300,57 @@ TEST(FilterColumnPipeline, MatchesReference16s8u8s) {
                               kvpiFilterColumnPipeline_16s8s_C1R, kvpiFilterColumnPipelineGetBufferSize_16s8s_C1R));
   runColumnCase(colInt<Kvp8s>("col16s8s_C3", 3, ref::Mode::Scaled, -128, 127, -2000, 2000, -5, 5,
                               kvpiFilterColumnPipeline_16s8s_C3R, kvpiFilterColumnPipelineGetBufferSize_16s8s_C3R));
+}
+
+// Power-of-two divisors with kernels on either side of the bounds that let
+// the passes run in 16-bit or 32-bit integer lanes instead of float: the
+// results stay those of the float formulas.
+TEST(FilterPipeline, IntegerRoutesAtTheirLimits) {
+  kvt::Rng rng = kvt::makeRng(41);
+  const int divisors[] = {1, -1, 2, 4, -16, 128, 256, 16384, 32768};
+  const std::vector<std::vector<Kvp16s>> rowKernels = {
+      {128}, {-128}, {43, -43, 42}, {43, 43, 43}, {-1, 2, -1}, {1, 2, 1}, {20000, 20000, 25000},
+      {20000, -20000, 25800}, {32767, -32768, 32767}, {1, 4, 6, 4, 1}, {3, -10, 3, 9, -3, 1, 7}};
+  const KvpiSize sizes[] = {{1, 1}, {7, 3}, {64, 2}, {101, 3}};
+  const auto c1 = rowC1<Kvp8u, Kvp16s, Kvp16s>("8u16s_C1", ref::Mode::Scaled, 0, 255, 0, 0,
+                                               kvpiFilterRowBorderPipeline_8u16s_C1R,
+                                               kvpiFilterRowBorderPipelineGetBufferSize_8u16s_C1R);
+  const auto c3 = rowC3<Kvp8u, Kvp16s, Kvp16s>("8u16s_C3", ref::Mode::Scaled, 0, 255, 0, 0,
+                                               kvpiFilterRowBorderPipeline_8u16s_C3R,
+                                               kvpiFilterRowBorderPipelineGetBufferSize_8u16s_C3R);
+  for (const auto& kernel : rowKernels)
+    for (int divisor : divisors)
+      for (KvpiSize sz : sizes)
+        for (const auto* c : {&c1, &c3}) {
+          const int k = (int)kernel.size();
+          SCOPED_TRACE(std::string(c->name) + " " + kvt::describe(sz) + " k=" + std::to_string(k) + " tap0=" +
+                       std::to_string(kernel[0]) + " divisor=" + std::to_string(divisor));
+          Plane<Kvp8u> src(sz.width, sz.height, c->ch, rng);
+          src.fill([&] { return (Kvp8u)(rng() % 3 == 0 ? rng() : (rng() & 1) * 255); });
+          const Kvp8u values[3] = {255, 0, 255};
+          checkRowOnce(*c, rng, sz, k, k / 2, (int)(rng() % 5), divisor, kernel, src, values);
+          if (::testing::Test::HasFatalFailure()) return;
+        }
+  const std::vector<std::vector<Kvp16s>> colKernels = {
+      {511}, {-512}, {170, 171, -170}, {170, 172, -170}, {1, 2, 1}, {-1, 0, 1}, {1, 4, 6, 4, 1},
+      {100, -100, 100, -100, 111}, {3, -10, 3, 9, -3, 1, 7}};
+  const auto col16 = colInt<Kvp16s>("col16s_C1", 1, ref::Mode::Scaled, -32768, 32767, -32768, 32767, 0, 0,
+                                    kvpiFilterColumnPipeline_16s_C1R, kvpiFilterColumnPipelineGetBufferSize_16s_C1R);
+  const auto col8u = colInt<Kvp8u>("col16s8u_C3", 3, ref::Mode::Scaled, 0, 255, -32768, 32767, 0, 0,
+                                   kvpiFilterColumnPipeline_16s8u_C3R, kvpiFilterColumnPipelineGetBufferSize_16s8u_C3R);
+  const auto col8s = colInt<Kvp8s>("col16s8s_C1", 1, ref::Mode::Scaled, -128, 127, -300, 300, 0, 0,
+                                   kvpiFilterColumnPipeline_16s8s_C1R, kvpiFilterColumnPipelineGetBufferSize_16s8s_C1R);
+  for (const auto& kernel : colKernels)
+    for (int divisor : divisors)
+      for (KvpiSize sz : sizes) {
+        const int k = (int)kernel.size();
+        SCOPED_TRACE(kvt::describe(sz) + " k=" + std::to_string(k) + " tap0=" + std::to_string(kernel[0]) +
+                     " divisor=" + std::to_string(divisor));
+        checkColumnOnce(col16, rng, sz, k, divisor, kernel);
+        checkColumnOnce(col8u, rng, sz, k, divisor, kernel);
+        checkColumnOnce(col8s, rng, sz, k, divisor, kernel);
+        if (::testing::Test::HasFatalFailure()) return;
+      }
 }
 
 TEST(FilterColumnPipeline, MatchesReferenceLow16s) {
