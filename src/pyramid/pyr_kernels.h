@@ -29,8 +29,11 @@
 namespace kvp::pyr {
 namespace {
 
+// Intermediate sums: every 8-bit sum of weight up to 256 (plus the rounding
+// bias) fits 16 bits, so 8-bit levels run in 16-bit lanes.
 template <class T>
-using Acc = std::conditional_t<std::is_floating_point_v<T>, float, int32_t>;
+using Acc = std::conditional_t<std::is_floating_point_v<T>, float,
+                               std::conditional_t<std::is_signed_v<T>, int16_t, uint16_t>>;
 
 template <class T>
 constexpr bool kIsFloat = std::is_floating_point_v<T>;

@@ -187,6 +187,13 @@ void sweep() {
     if constexpr (std::is_floating_point_v<T>) {
       src.fill([&] { return randomValue<T>(rng); });
       EXPECT_TRUE(closeRoi(runLevel<T, CH, Down>(src, rng), reference<T, Down>(src, rng), 1e-3f));
+    } else {
+      // Only the ends of the range: the sums reach the limits of their lanes.
+      const T lo = std::numeric_limits<T>::min(), hi = std::numeric_limits<T>::max();
+      for (int pattern = 0; pattern < 3; ++pattern) {
+        src.fill([&] { return pattern == 0 ? lo : pattern == 1 ? hi : (rng() & 1 ? hi : lo); });
+        EXPECT_TRUE(kvt::sameRoi(runLevel<T, CH, Down>(src, rng), reference<T, Down>(src, rng)));
+      }
     }
   }
 }
