@@ -51,10 +51,54 @@ inline int mirror101(int i, int n) { return i < 0 ? -i : (i >= n ? 2 * n - 2 - i
 
 // ---- down: horizontal pass ----------------------------------------------------
 
+// Three-channel 8-bit interior outputs from x0 on, two per step: each tap
+// is one byte load and one byte shuffle that widens the six samples of the
+// tap's two pixels to 16-bit lanes. Every store also writes two spare lanes,
+// which belong to output x + 2 and are rewritten later (the caller computes
+// every output up to x1, and the last output after that). Returns the first
+// output not computed: the steps stop where a load would pass the row's w
+// pixels.
+template <class T>
+int downRowInterior3x8(const T* s, Acc<T>* out, int x0, int x1, int w) {
+#if KVP_HAVE_HWY && HWY_TARGET != HWY_SCALAR
+  namespace hn = hwy::HWY_NAMESPACE;
+  const hn::Full128<uint8_t> d8;
+  const hn::Full128<int16_t> d16;
+  // Sample bytes of the two pixels (0, 1, 2 and 6, 7, 8 from the load) in the
+  // low byte of a lane (unsigned) or the high byte, to be shifted down with
+  // its sign.
+  alignas(16) static constexpr uint8_t kLow[16] = {0, 0x80, 1, 0x80, 2, 0x80, 6, 0x80,
+                                                   7, 0x80, 8, 0x80, 0x80, 0x80, 0x80, 0x80};
+  alignas(16) static constexpr uint8_t kHigh[16] = {0x80, 0, 0x80, 1, 0x80, 2, 0x80, 6,
+                                                    0x80, 7, 0x80, 8, 0x80, 0x80, 0x80, 0x80};
+  const auto idx = hn::Load(d8, std::is_signed_v<T> ? kHigh : kLow);
+  auto tap = [&](const T* p) {
+    const auto v = hn::BitCast(d16, hn::TableLookupBytesOr0(hn::LoadU(d8, reinterpret_cast<const uint8_t*>(p)), idx));
+    if constexpr (std::is_signed_v<T>) return hn::ShiftRight<8>(v);
+    else return v;
+  };
+  int x = x0;
+  // Step x reads bytes 6x - 6 .. 6x + 21 of the row.
+  for (; x + 2 <= x1 && 6LL * x + 22 <= 3LL * w; x += 2) {
+    const T* p = s + 6 * x - 6;
+    const auto outer = hn::Add(tap(p), tap(p + 12));
+    const auto inner = hn::Add(tap(p + 3), tap(p + 9));
+    const auto centre = tap(p + 6);
+    const auto sum = hn::Add(hn::Add(outer, hn::ShiftLeft<2>(inner)),
+                             hn::Add(hn::ShiftLeft<2>(centre), hn::ShiftLeft<1>(centre)));
+    hn::StoreU(sum, d16, reinterpret_cast<int16_t*>(out + 3 * x));
+  }
+  return x;
+#else
+  (void)s, (void)out, (void)x1, (void)w;
+  return x0;
+#endif
+}
+
 // Interior outputs x in [x0, x1) of a row with CH interleaved channels:
 // out = (s[-2] + s[2]) + 4 (s[-1] + s[1]) + 6 s[0] around centre 2x.
 template <class T, int CH>
-void downRowInterior(const T* s, Acc<T>* out, int x0, int x1) {
+void downRowInterior(const T* s, Acc<T>* out, int x0, int x1, int w) {
   using A = Acc<T>;
   if constexpr (CH == 1) {
 #pragma omp simd
@@ -63,6 +107,7 @@ void downRowInterior(const T* s, Acc<T>* out, int x0, int x1) {
       out[x] = ((A)p[-2] + (A)p[2]) + (A)4 * ((A)p[-1] + (A)p[1]) + (A)6 * (A)p[0];
     }
   } else {
+    if constexpr (CH == 3 && sizeof(T) == 1) x0 = downRowInterior3x8(s, out, x0, x1, w);
     for (int x = x0; x < x1; ++x) {
       const T* p = s + 2 * x * CH;
       A* o = out + x * CH;
@@ -84,7 +129,7 @@ void downRow(const T* s, int w, Acc<T>* out) {
   }
   const int dw = (w + 1) / 2;
   for (int c = 0; c < CH; ++c) out[c] = (A)6 * (A)s[c] + (A)8 * (A)s[CH + c] + (A)2 * (A)s[2 * CH + c];
-  downRowInterior<T, CH>(s, out, 1, dw - 1);
+  downRowInterior<T, CH>(s, out, 1, dw - 1, w);
   A* o = out + (dw - 1) * CH;
   if (w & 1) {
     const T* p = s + (w - 1) * CH;  // centre w - 1
