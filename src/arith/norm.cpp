@@ -30,6 +30,7 @@
 #include "frame/bodies.h"
 #include "frame/checks.h"
 #include "frame/parallel.h"
+#include "frame/simd.h"
 
 namespace kvp::arith {
 namespace {
@@ -82,13 +83,24 @@ uint64_t rowSumI(const S* a, const S* b, const Kvp8u* m, int w) {
   return total;
 }
 
+// The magnitudes of 8-bit elements and of their differences fit 8 bits,
+// those of 16-bit elements 16 bits: the maximum runs in lanes of the
+// element's width.
 template <int C, bool Two, class S>
 unsigned rowMaxI(const S* a, const S* b, const Kvp8u* m, int w) {
-  unsigned mx = 0;
+  using U = std::make_unsigned_t<S>;
+  U mx = 0;
 #pragma omp simd reduction(max : mx)
   for (int i = 0; i < w; ++i) {
-    const unsigned v = Two ? magI(a[i * C], b[i * C]) : magI(a[i * C]);
-    const unsigned t = m[i] ? v : 0u;
+    U v;
+    if constexpr (Two) {
+      const S x = a[i * C], y = b[i * C];
+      v = x > y ? (U)((U)x - (U)y) : (U)((U)y - (U)x);
+    } else {
+      const S x = a[i * C];
+      v = x < 0 ? (U)(0u - (U)x) : (U)x;
+    }
+    const U t = m[i] ? v : (U)0;
     mx = t > mx ? t : mx;
   }
   return mx;
@@ -105,16 +117,40 @@ inline float termF(float a, float b) {
 // Adds one row into the four lanes: element x goes to lane x mod 4.
 template <Kind K, int C, bool Two>
 void rowLanesF(float lane[4], const float* a, const float* b, const Kvp8u* m, int w) {
-  float l0 = lane[0], l1 = lane[1], l2 = lane[2], l3 = lane[3];
   const float* pb = Two ? b : a;
   int x = 0;
+#if KVP_HAVE_HWY
+  {
+    // The four lanes are one 128-bit vector on every target; an unselected
+    // element leaves its lane as it was (adding 0.0f would turn a -0 lane
+    // into +0).
+    const hn::Full128<float> df;
+    const hn::Full128<uint32_t> du;
+    const hn::Full32<uint8_t> d8;
+    auto acc = hn::LoadU(df, lane);
+    auto load4 = [&](const float* p) {
+      if constexpr (C == 1) return hn::LoadU(df, p);
+      else {
+        alignas(16) const float v[4] = {p[0], p[C], p[2 * C], p[3 * C]};
+        return hn::Load(df, v);
+      }
+    };
+    for (; x + 4 <= w; x += 4) {
+      const auto va = load4(a + (ptrdiff_t)x * C);
+      auto d = Two ? hn::Sub(va, load4(pb + (ptrdiff_t)x * C)) : va;
+      const auto t = K == kL1 ? hn::Abs(d) : hn::Mul(d, d);
+      const auto sel = hn::Ne(hn::PromoteTo(du, hn::LoadU(d8, m + x)), hn::Zero(du));
+      acc = hn::IfThenElse(hn::RebindMask(df, sel), hn::Add(acc, t), acc);
+    }
+    hn::StoreU(acc, df, lane);
+  }
+#endif
+  float l0 = lane[0], l1 = lane[1], l2 = lane[2], l3 = lane[3];
   for (; x + 4 <= w; x += 4) {
     const float t0 = termF<K, Two>(a[(x + 0) * C], pb[(x + 0) * C]);
     const float t1 = termF<K, Two>(a[(x + 1) * C], pb[(x + 1) * C]);
     const float t2 = termF<K, Two>(a[(x + 2) * C], pb[(x + 2) * C]);
     const float t3 = termF<K, Two>(a[(x + 3) * C], pb[(x + 3) * C]);
-    // An unselected element leaves its lane as it was (no + 0.0f, which
-    // would turn a -0 lane into +0 and could not be told apart anyway).
     l0 = m[x + 0] ? l0 + t0 : l0;
     l1 = m[x + 1] ? l1 + t1 : l1;
     l2 = m[x + 2] ? l2 + t2 : l2;
