@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cfloat>
 #include <cstring>
+#include <limits>
 #include <type_traits>
 
 #include "frame/alloc.h"
@@ -75,6 +76,58 @@ struct Costs {
   typename Arith<T>::C a, b, k;
 };
 
+#if KVP_HAVE_HWY
+// Unsigned minimum and maximum; without SSE4 instructions for 16-bit lanes,
+// through one saturating subtraction (a - (a -sat b) = min, b + (a -sat b)
+// = max), cheaper than the library's signed-compare emulation.
+template <class V>
+HWY_INLINE V minU(V a, V b) {
+#if HWY_TARGET == HWY_SSSE3
+  if constexpr (sizeof(hn::TFromV<V>) == 2) return hn::Sub(a, hn::SaturatedSub(a, b));
+#endif
+  return hn::Min(a, b);
+}
+template <class V>
+HWY_INLINE V maxU(V a, V b) {
+#if HWY_TARGET == HWY_SSSE3
+  if constexpr (sizeof(hn::TFromV<V>) == 2) return hn::Add(b, hn::SaturatedSub(a, b));
+#endif
+  return hn::Max(a, b);
+}
+#endif
+
+#if KVP_HAVE_HWY
+// Integer destinations in lanes of their own width: a clamped cost c >= 0 is
+// a saturating add, c < 0 a saturating subtraction of -c (only the knight
+// cost may be negative). Interior outputs [x0, x1) in whole vectors;
+// returns the first output not computed.
+template <class T, bool Five>
+int neighboursInt(T* cur, const T* n1, const T* n2, int x0, int x1, Costs<T> c) {
+  const hn::ScalableTag<T> d;
+  const int lanes = (int)hn::Lanes(d);
+  const auto ca = hn::Set(d, (T)c.a), cb = hn::Set(d, (T)c.b);
+  const auto kp = hn::Set(d, (T)std::max(c.k, 0)), kn = hn::Set(d, (T)std::max(-c.k, 0));
+  auto knight = [&](const T* p) { return hn::SaturatedSub(hn::SaturatedAdd(hn::LoadU(d, p), kp), kn); };
+  int x = x0;
+  for (; x + lanes <= x1; x += lanes) {
+    auto v = hn::LoadU(d, cur + x);
+    v = minU(v, hn::SaturatedAdd(hn::LoadU(d, n1 + x), ca));
+    v = minU(v, hn::SaturatedAdd(hn::LoadU(d, n1 + x - 1), cb));
+    v = minU(v, hn::SaturatedAdd(hn::LoadU(d, n1 + x + 1), cb));
+    if constexpr (Five) {
+      v = minU(v, knight(n1 + x - 2));
+      v = minU(v, knight(n1 + x + 2));
+      if (n2) {
+        v = minU(v, knight(n2 + x - 1));
+        v = minU(v, knight(n2 + x + 1));
+      }
+    }
+    hn::StoreU(v, d, cur + x);
+  }
+  return x;
+}
+#endif
+
 // Minimum with the candidates of the rows at distance one (n1) and two (n2)
 // from the current row; n1 or n2 are null at the image border. The set of
 // neighbour offsets is symmetric in x, so the forward and backward passes
@@ -106,10 +159,14 @@ void rowFromNeighbours(T* cur, const T* n1, const T* n2, int w, Costs<T> c) {
     return;
   }
   for (int x = 0; x < r; ++x) edge(x);
+  int x0 = r;
+#if KVP_HAVE_HWY
+  if constexpr (!std::is_floating_point_v<T>) x0 = neighboursInt<T, Five>(cur, n1, n2, r, w - r, c);
+#endif
   const C a = c.a, b = c.b, k = c.k;
   if (!Five || !n2) {
 #pragma omp simd
-    for (int x = r; x < w - r; ++x) {
+    for (int x = x0; x < w - r; ++x) {
       C v = cur[x];
       v = std::min(v, A::add(n1[x], a));
       v = std::min(v, A::add(n1[x - 1], b));
@@ -122,7 +179,7 @@ void rowFromNeighbours(T* cur, const T* n1, const T* n2, int w, Costs<T> c) {
     }
   } else {
 #pragma omp simd
-    for (int x = r; x < w - r; ++x) {
+    for (int x = x0; x < w - r; ++x) {
       C v = cur[x];
       v = std::min(v, A::add(n1[x], a));
       v = std::min(v, A::add(n1[x - 1], b));
@@ -161,78 +218,106 @@ void scanBackward(T* cur, int w, typename Arith<T>::C a) {
 }
 
 #if KVP_HAVE_HWY
-// 8-bit recurrences sixteen pixels at a time, on inverted values (255 - d),
-// where a saturating add of a cost becomes a saturating subtraction and the
-// minimum a maximum; lanes shifted in from outside the group are 0, which
-// is "no candidate". Within a group the running minimum of
-// t(j) + |x - j| * a is built in four shift steps with costs a, 2a, 4a, 8a;
-// the value carried from the previous group enters with the lane's distance
-// to it times a. Saturation is monotone and sat(sat(u) + v) = sat(u + v) for
+// Integer recurrences a 128-bit group of pixels at a time (16 for 8u, 8 for
+// 16u), on inverted values (M - d, M the largest value), where a saturating
+// add of a cost becomes a saturating subtraction and the minimum a maximum;
+// lanes shifted in from outside the group are 0, which is "no candidate".
+// Within a group the running minimum of t(j) + |x - j| * a is built in
+// shift steps of 1, 2, 4 (and 8) lanes with costs a, 2a, 4a (8a); the
+// value carried from the previous group enters with the lane's distance to
+// it times a. Saturation is monotone and sat(sat(u) + v) = sat(u + v) for
 // non-negative terms, so this equals the pixel-by-pixel recurrence exactly.
-using D16 = hn::Full128<uint8_t>;
+template <class T>
+struct ScanInt {
+  using D = hn::Full128<T>;
+  static constexpr int kLanes = 16 / (int)sizeof(T);
+  static constexpr int kMax = (int)std::numeric_limits<T>::max();
+  hn::Vec<D> step[4], rampUp, rampDown;
+  hn::Vec<hn::Full128<uint8_t>> lastLane;
 
-struct ScanCosts8u {
-  hn::Vec<D16> c1, c2, c4, c8, rampUp, rampDown;
-  explicit ScanCosts8u(int a) {
-    const D16 d;
-    auto sat = [](long long v) { return (uint8_t)std::min<long long>(v, 255); };
-    c1 = hn::Set(d, sat(a));
-    c2 = hn::Set(d, sat(2LL * a));
-    c4 = hn::Set(d, sat(4LL * a));
-    c8 = hn::Set(d, sat(8LL * a));
-    alignas(16) uint8_t up[16], down[16];
-    for (int i = 0; i < 16; ++i) {
+  explicit ScanInt(int a) {
+    const D d;
+    auto sat = [](long long v) { return (T)std::min<long long>(v, kMax); };
+    for (int i = 0; i < 4; ++i) step[i] = hn::Set(d, sat((long long)a << i));
+    alignas(16) T up[kLanes], down[kLanes];
+    for (int i = 0; i < kLanes; ++i) {
       up[i] = sat((long long)(i + 1) * a);
-      down[i] = sat((long long)(16 - i) * a);
+      down[i] = sat((long long)(kLanes - i) * a);
     }
     rampUp = hn::Load(d, up);
     rampDown = hn::Load(d, down);
+    alignas(16) uint8_t idx[16];
+    for (int i = 0; i < 16; ++i) idx[i] = (uint8_t)(16 - sizeof(T) + i % sizeof(T));
+    lastLane = hn::Load(hn::Full128<uint8_t>(), idx);
+  }
+
+  // One group, running towards higher lanes (forward) or lower ones.
+  template <bool Forward>
+  HWY_INLINE hn::Vec<D> group(hn::Vec<D> v, hn::Vec<D> carry) const {
+    const D d;
+    auto shifted = [&](auto lanesC) {
+      constexpr int n = decltype(lanesC)::value;
+      if constexpr (Forward) return hn::ShiftLeftLanes<n>(d, v);
+      else return hn::ShiftRightLanes<n>(d, v);
+    };
+    v = maxU(v, hn::SaturatedSub(shifted(std::integral_constant<int, 1>{}), step[0]));
+    v = maxU(v, hn::SaturatedSub(shifted(std::integral_constant<int, 2>{}), step[1]));
+    v = maxU(v, hn::SaturatedSub(shifted(std::integral_constant<int, 4>{}), step[2]));
+    if constexpr (kLanes == 16) v = maxU(v, hn::SaturatedSub(shifted(std::integral_constant<int, 8>{}), step[3]));
+    return maxU(v, hn::SaturatedSub(carry, Forward ? rampUp : rampDown));
+  }
+  // The group's last (forward) or first lane in every lane.
+  template <bool Forward>
+  HWY_INLINE hn::Vec<D> carryOf(hn::Vec<D> v) const {
+    const D d;
+    const hn::Full128<uint8_t> d8;
+    const auto idx = Forward ? lastLane : hn::Zero(d8);
+    if constexpr (sizeof(T) == 1) return hn::TableLookupBytes(v, idx);
+    else return hn::BitCast(d, hn::TableLookupBytes(hn::BitCast(d8, v), Forward ? idx : firstLane16()));
+  }
+  static HWY_INLINE hn::Vec<hn::Full128<uint8_t>> firstLane16() {
+    alignas(16) static constexpr uint8_t k[16] = {0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1};
+    return hn::Load(hn::Full128<uint8_t>(), k);
   }
 };
 
-void scanForward8u(Kvp8u* cur, int w, int a) {
-  const D16 d;
-  const ScanCosts8u c(a);
+template <class T>
+void scanForwardInt(T* cur, int w, int a) {
+  using S = ScanInt<T>;
+  const typename S::D d;
+  const S c(a);
   auto carry = hn::Zero(d);  // inverted: no value carried yet
   int x = 0;
-  for (; x + 16 <= w; x += 16) {
-    auto v = hn::Not(hn::LoadU(d, cur + x));
-    v = hn::Max(v, hn::SaturatedSub(hn::ShiftLeftBytes<1>(d, v), c.c1));
-    v = hn::Max(v, hn::SaturatedSub(hn::ShiftLeftBytes<2>(d, v), c.c2));
-    v = hn::Max(v, hn::SaturatedSub(hn::ShiftLeftBytes<4>(d, v), c.c4));
-    v = hn::Max(v, hn::SaturatedSub(hn::ShiftLeftBytes<8>(d, v), c.c8));
-    v = hn::Max(v, hn::SaturatedSub(carry, c.rampUp));
-    carry = hn::TableLookupBytes(v, hn::Set(d, (uint8_t)15));
+  for (; x + S::kLanes <= w; x += S::kLanes) {
+    const auto v = c.template group<true>(hn::Not(hn::LoadU(d, cur + x)), carry);
+    carry = c.template carryOf<true>(v);
     hn::StoreU(hn::Not(v), d, cur + x);
   }
-  int prev = 255 - (int)hn::GetLane(carry);
+  int prev = S::kMax - (int)hn::GetLane(carry);
   for (; x < w; ++x) {
-    const int v = std::min<int>(cur[x], std::min(prev + a, 255));
-    cur[x] = (Kvp8u)v;
+    const int v = std::min<int>(cur[x], std::min(prev + a, S::kMax));
+    cur[x] = (T)v;
     prev = v;
   }
 }
 
-void scanBackward8u(Kvp8u* cur, int w, int a) {
-  const D16 d;
-  const ScanCosts8u c(a);
+template <class T>
+void scanBackwardInt(T* cur, int w, int a) {
+  using S = ScanInt<T>;
+  const typename S::D d;
+  const S c(a);
   auto carry = hn::Zero(d);
   int x = w;
-  for (; x >= 16; x -= 16) {
-    Kvp8u* p = cur + x - 16;
-    auto v = hn::Not(hn::LoadU(d, p));
-    v = hn::Max(v, hn::SaturatedSub(hn::ShiftRightBytes<1>(d, v), c.c1));
-    v = hn::Max(v, hn::SaturatedSub(hn::ShiftRightBytes<2>(d, v), c.c2));
-    v = hn::Max(v, hn::SaturatedSub(hn::ShiftRightBytes<4>(d, v), c.c4));
-    v = hn::Max(v, hn::SaturatedSub(hn::ShiftRightBytes<8>(d, v), c.c8));
-    v = hn::Max(v, hn::SaturatedSub(carry, c.rampDown));
-    carry = hn::TableLookupBytes(v, hn::Zero(d));
+  for (; x >= S::kLanes; x -= S::kLanes) {
+    T* p = cur + x - S::kLanes;
+    const auto v = c.template group<false>(hn::Not(hn::LoadU(d, p)), carry);
+    carry = c.template carryOf<false>(v);
     hn::StoreU(hn::Not(v), d, p);
   }
-  int prev = 255 - (int)hn::GetLane(carry);
+  int prev = S::kMax - (int)hn::GetLane(carry);
   for (--x; x >= 0; --x) {
-    const int v = std::min<int>(cur[x], std::min(prev + a, 255));
-    cur[x] = (Kvp8u)v;
+    const int v = std::min<int>(cur[x], std::min(prev + a, S::kMax));
+    cur[x] = (T)v;
     prev = v;
   }
 }
@@ -241,8 +326,8 @@ void scanBackward8u(Kvp8u* cur, int w, int a) {
 template <class T>
 void scanRowForward(T* cur, int w, typename Arith<T>::C a) {
 #if KVP_HAVE_HWY
-  if constexpr (std::is_same_v<T, Kvp8u>) {
-    scanForward8u(cur, w, a);
+  if constexpr (!std::is_floating_point_v<T>) {
+    scanForwardInt<T>(cur, w, a);
     return;
   }
 #endif
@@ -252,8 +337,8 @@ void scanRowForward(T* cur, int w, typename Arith<T>::C a) {
 template <class T>
 void scanRowBackward(T* cur, int w, typename Arith<T>::C a) {
 #if KVP_HAVE_HWY
-  if constexpr (std::is_same_v<T, Kvp8u>) {
-    scanBackward8u(cur, w, a);
+  if constexpr (!std::is_floating_point_v<T>) {
+    scanBackwardInt<T>(cur, w, a);
     return;
   }
 #endif
