@@ -7,6 +7,7 @@
 // floating expression is evaluated left to right exactly as written (the
 // build keeps multiply and add separate), so results do not depend on the
 // vector width or the thread count.
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstdint>
@@ -562,7 +563,10 @@ struct PathScaled {
   using Out = Kvp32s;
   float n;
   double scale;
-  PathScaled(long long cnt, int scaleFactor) : n((float)cnt), scale(std::ldexp(1.0, -scaleFactor)) {}
+  // Beyond +-2000 the power is 0 or infinite anyway; the clamp keeps the
+  // negation of INT_MIN out.
+  PathScaled(long long cnt, int scaleFactor)
+      : n((float)cnt), scale(std::ldexp(1.0, -std::clamp(scaleFactor, -2000, 2000))) {}
   Kvp32s operator()(Kvp32s a, Kvp32s b, Kvp32s c, Kvp32s d, Kvp32s qa, Kvp32s qb, Kvp32s qc, Kvp32s qd) const {
     const int32_t sum = (int32_t)((uint32_t)a - (uint32_t)b - (uint32_t)c + (uint32_t)d);
     const int32_t sq = (int32_t)((uint32_t)qa - (uint32_t)qb - (uint32_t)qc + (uint32_t)qd);

@@ -735,6 +735,30 @@ TEST(RectStdDev, ScaleFactorRounding) {
   EXPECT_EQ(1, out);
 }
 
+// Scale factors at the ends of int: 2^|INT_MIN| is infinite, so a non-zero
+// deviation saturates (and 0 times infinity is NaN, which saturates too);
+// 2^-INT_MAX is 0, leaving the 0.5 that truncates to 0.
+TEST(RectStdDev, ExtremeScaleFactors) {
+  kvt::Rng rng = kvt::makeRng(13);
+  Plane<Kvp8u> src(9, 2, 1, rng);
+  for (int y = 0; y < 2; ++y)
+    for (int x = 0; x < 9; ++x) src.at(x, y) = (Kvp8u)(x % 2 ? 30 : 0);
+  for (bool tilted : {false, true}) {
+    const int e = tilted ? 2 : 1;
+    Plane<Kvp32s> S(9 + e, 2 + e, 1, rng), Q(9 + e, 2 + e, 1, rng);
+    buildTables(src, tilted, S, Q, 0, 0);
+    auto call = tilted ? kvpiTiltedRectStdDev_32s_C1RSfs : kvpiRectStdDev_32s_C1RSfs;
+    // One upright 2 x 1 window per output; the tilted window reads (1, 1)
+    // and the cells beside it.
+    const KvpiRect r = tilted ? KvpiRect{1, 0, 1, 1} : KvpiRect{0, 1, 2, 1};
+    for (int sf : {INT_MIN, INT_MIN + 1, -2000, -1100, 1100, 2000, INT_MAX}) {
+      Kvp32s out[8];
+      ASSERT_EQ(kvpStsOk, call(S.roi(), S.step(), Q.roi(), Q.step(), out, sizeof(out), {8, 1}, r, sf)) << sf;
+      for (int j = 0; j < 8; ++j) EXPECT_EQ(sf < 0 ? INT_MAX : 0, out[j]) << "sf " << sf << " at " << j;
+    }
+  }
+}
+
 // Differences of 32-bit tables are taken modulo 2^32, so tables that
 // wrapped give the same deviations as tables that did not.
 TEST(RectStdDev, WrappedIntegerTables) {
