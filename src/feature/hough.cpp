@@ -304,10 +304,12 @@ KvpStatus KVP_BODY(kvpiHoughLineGetSize_8u_C1R)(KvpiSize roiSize, KvpPointPolar 
   if (roiSize.width < 1 || roiSize.height < 1) return kvpStsBadSize;
   if (!(delta.rho > 0.f) || !(delta.theta > 0.f)) return kvpStsBadArg;
   const Geometry g = geometry(roiSize, delta);
-  const long long size = (long long)roiSize.height * (4ll * roiSize.width + 64) + 16ll * maxLineCount +
-                         8ll * g.numAngle + 16ll * g.numRho + 288;
-  *pBufSize = (int)(uint32_t)(uint64_t)size;
-  return size > 2147483647ll ? kvpStsSizeOverflow : kvpStsOk;
+  // Sizes near 2^31 take the first product past 2^63, so the sum is formed
+  // in 128 bits; its low 32 bits are what a 64-bit sum would store.
+  const __int128 size = (__int128)roiSize.height * (4 * (__int128)roiSize.width + 64) + 16 * (__int128)maxLineCount +
+                        8 * (__int128)g.numAngle + 16 * (__int128)g.numRho + 288;
+  *pBufSize = (int)(uint32_t)(unsigned __int128)size;
+  return size > 2147483647 ? kvpStsSizeOverflow : kvpStsOk;
 }
 
 KvpStatus KVP_BODY(kvpiHoughLine_8u32f_C1R)(const Kvp8u* pSrc, int srcStep, KvpiSize roiSize, KvpPointPolar delta,

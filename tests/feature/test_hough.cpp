@@ -194,6 +194,17 @@ TEST(HoughSize, OverflowWarningStoresTruncatedSize) {
   EXPECT_GT(size, 0);
 }
 
+// Sizes near 2^31: height x (4 x width + 64) is 2^64 - 2^33 here, which a
+// 64-bit sum would wrap to a small negative size without the warning. The
+// stored low 32 bits are the other terms alone: 16 x 10 + 8 x 4 angles +
+// 16 x 8192 rho cells (2^33 / 2^20) + 288.
+TEST(HoughSize, HugeImagesWarn) {
+  int size = 0;
+  EXPECT_EQ(kvpiHoughLineGetSize_8u_C1R({2147483632, 2147483647}, {1048576.f, 1.f}, 10, &size), kvpStsSizeOverflow);
+  EXPECT_EQ(size, 160 + 32 + 131072 + 288);
+  EXPECT_EQ(kvpiHoughLineGetSize_8u_C1R({2147483647, 2147483647}, {1048576.f, 1.f}, 10, &size), kvpStsSizeOverflow);
+}
+
 TEST(HoughSize, CheckOrder) {
   int size = 1234;
   EXPECT_EQ(kvpiHoughLineGetSize_8u_C1R({0, 0}, {0.f, 0.f}, 1, nullptr), kvpStsNullPtr);
