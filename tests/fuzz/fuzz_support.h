@@ -35,6 +35,11 @@
     }                                                                       \
   } while (0)
 
+// For the targets' own loops (references, guard scans): no coverage
+// feedback from them, so that the fuzzer steers by the library alone and
+// they run at full speed.
+#define KVF_NO_COVERAGE __attribute__((no_sanitize("coverage")))
+
 namespace kvf {
 
 // Reads the input from the front; past its end every read gives zeros, so
@@ -82,6 +87,35 @@ class Reader {
     if (k < 2 * sizeof(special) / sizeof(special[0])) return bits(special[k / 2]);
     if (k < 200) return (float)intIn(-1000, 1000) / 8.f;
     return bits(raw<uint32_t>());
+  }
+  // The double counterpart of pickFloat.
+  double pickDouble() {
+    static const uint64_t special[] = {
+        0x0000000000000000ull,  // +0
+        0x8000000000000000ull,  // -0
+        0x3ff0000000000000ull,  // 1
+        0xbff0000000000000ull,  // -1
+        0x0000000000000001ull,  // smallest subnormal
+        0x7fefffffffffffffull,  // largest finite
+        0xffefffffffffffffull,  // most negative finite
+        0x7ff0000000000000ull,  // +inf
+        0xfff0000000000000ull,  // -inf
+        0x7ff8000000000000ull,  // quiet NaN
+        0xfff8000000000001ull,  // negative NaN with payload
+        0x7ff0000000000001ull,  // signalling NaN
+        0x4340000000000000ull,  // 2^53
+    };
+    const uint8_t k = byte();
+    if (k < 2 * sizeof(special) / sizeof(special[0])) {
+      double d;
+      std::memcpy(&d, &special[k / 2], 8);
+      return d;
+    }
+    if (k < 200) return (double)intIn(-1000, 1000) / 8.0;
+    const uint64_t u = raw<uint64_t>();
+    double d;
+    std::memcpy(&d, &u, 8);
+    return d;
   }
   size_t left() const { return n_; }
 
@@ -164,7 +198,7 @@ class GuardedPlane {
     poison();
   }
   // Nothing outside the pixels differs from the armed state.
-  bool guardsIntact() {
+  KVF_NO_COVERAGE bool guardsIntact() {
     unpoison();
     bool ok = true;
     for (size_t i = 0; i < size_ && ok; ++i)
@@ -179,6 +213,13 @@ class GuardedPlane {
     poison();
     return ok;
   }
+  // Overwrites every pixel byte with a pattern from seed (the guards and the
+  // armed state stay as they are), so that a later call must write each
+  // output pixel again.
+  KVF_NO_COVERAGE void scramble(uint8_t seed) {
+    for (int y = 0; y < rows_; ++y)
+      for (size_t x = 0; x < rowBytes_; ++x) row(y)[x] = (uint8_t)(seed + 29u * x + 71u * (unsigned)y);
+  }
   // The armed content of the pixel bytes of row y.
   const uint8_t* armedRow(int y) const { return snapshot_.data() + lead_ + (size_t)y * step_; }
 
@@ -188,12 +229,12 @@ class GuardedPlane {
     alloc(seed);
     arm();
   }
-  void alloc(uint8_t seed) {
+  KVF_NO_COVERAGE void alloc(uint8_t seed) {
     base_ = static_cast<uint8_t*>(std::malloc(size_));
     if (!base_) std::abort();
     for (size_t i = 0; i < size_; ++i) base_[i] = (uint8_t)(seed ^ (i * 167u) ^ 0x5a);
   }
-  bool isPixel(size_t i) const {
+  KVF_NO_COVERAGE bool isPixel(size_t i) const {
     if (rows_ == 0 || i < lead_) return false;
     const size_t rel = i - lead_;
     return rel / step_ < (size_t)rows_ && rel % step_ < rowBytes_;
