@@ -237,6 +237,87 @@ HWY_INLINE hn::Vec<D16> tapPair(D16 d16, int t0, int t1) {
   return hn::BitCast(d16, hn::Set(d32, (int32_t)((uint32_t)(uint16_t)t0 | ((uint32_t)(uint16_t)t1 << 16))));
 }
 
+// 32-bit sums of 16-bit samples times 16-bit taps at elements [e, e +
+// Lanes(d16)), wrapping like 32-bit integers; lo and hi hold the low and
+// high four elements of each 128-bit block, the order ReorderDemote2To
+// undoes.
+template <int K, class D16, class PtrOf, class V32 = hn::Vec<hn::RepartitionToWide<D16>>>
+HWY_INLINE void sum32(D16 d16, PtrOf ptrOf, int kk, const Kvp16s* taps, int e, V32& lo, V32& hi) {
+  const hn::RepartitionToWide<D16> d32;
+  auto lo0 = hn::Zero(d32), lo1 = hn::Zero(d32), hi0 = hn::Zero(d32), hi1 = hn::Zero(d32);
+  for (int j = 0; j < kk; j += 2) {
+    const auto x = load16(d16, ptrOf(j) + e);
+    const auto y = j + 1 < kk ? load16(d16, ptrOf(j + 1) + e) : hn::Zero(d16);
+    const auto t = tapPair(d16, taps[j], j + 1 < kk ? taps[j + 1] : 0);
+    lo0 = hn::ReorderWidenMulAccumulate(d32, hn::InterleaveLower(d16, x, y), t, lo0, lo1);
+    hi0 = hn::ReorderWidenMulAccumulate(d32, hn::InterleaveUpper(d16, x, y), t, hi0, hi1);
+  }
+  lo = hn::RearrangeToOddPlusEven(lo0, lo1);
+  hi = hn::RearrangeToOddPlusEven(hi0, hi1);
+}
+
+// Float scaling of the scaled routes: clamp to [lo, hi], then the nearest
+// integer (ties to even, the conversion's default rounding), packed to 16
+// bits in memory order.
+template <class D16, class VF>
+HWY_INLINE hn::Vec<D16> clampRoundPack(D16 d16, VF lo, VF hi, VF fmin, VF fmax) {
+  lo = hn::Min(hn::Max(lo, fmin), fmax);
+  hi = hn::Min(hn::Max(hi, fmin), fmax);
+  return hn::ReorderDemote2To(d16, hn::NearestInt(lo), hn::NearestInt(hi));
+}
+
+// OpScaled: float(sum) * reciprocal.
+template <int K, class S, class D, class PtrOf>
+HWY_INLINE int spanScaled(const OpScaled<S, D>& op, PtrOf ptrOf, int k, D* dst, int n) {
+  const hn::ScalableTag<int16_t> d16;
+  const hn::RepartitionToWide<decltype(d16)> d32;
+  const hn::Rebind<float, decltype(d32)> df;
+  const int lanes = (int)hn::Lanes(d16);
+  const int kk = K > 0 ? K : k;
+  const auto recip = hn::Set(df, op.recip), fmin = hn::Set(df, Limits<D>::lo), fmax = hn::Set(df, Limits<D>::hi);
+  int e = 0;
+  for (; e + lanes <= n; e += lanes) {
+    hn::Vec<decltype(d32)> lo, hi;
+    sum32<K>(d16, ptrOf, kk, op.taps, e, lo, hi);
+    store16(d16,
+            clampRoundPack(d16, hn::Mul(hn::ConvertTo(df, lo), recip), hn::Mul(hn::ConvertTo(df, hi), recip), fmin,
+                           fmax),
+            dst + e);
+  }
+  return e;
+}
+
+// OpFloatTap: float samples times pre-scaled taps, added in tap order.
+template <int K, class D, class PtrOf>
+HWY_INLINE int spanFloatTap(const OpFloatTap<D>& op, PtrOf ptrOf, D* dst, int n) {
+  const hn::ScalableTag<int16_t> d16;
+  const hn::RepartitionToWide<decltype(d16)> d32;
+  const hn::Rebind<float, decltype(d32)> df;
+  const int lanes = (int)hn::Lanes(d16);
+  const auto fmin = hn::Set(df, Limits<D>::lo), fmax = hn::Set(df, Limits<D>::hi);
+  // Sign-extending widening of the low and high four samples of each block.
+  auto widen = [&](auto x, auto& lo, auto& hi) {
+    lo = hn::ConvertTo(df, hn::ShiftRight<16>(hn::BitCast(d32, hn::InterleaveLower(d16, hn::Zero(d16), x))));
+    hi = hn::ConvertTo(df, hn::ShiftRight<16>(hn::BitCast(d32, hn::InterleaveUpper(d16, hn::Zero(d16), x))));
+  };
+  int e = 0;
+  for (; e + lanes <= n; e += lanes) {
+    hn::Vec<decltype(df)> lo, hi, xl, xh;
+    widen(hn::LoadU(d16, ptrOf(0) + e), xl, xh);
+    const auto t0 = hn::Set(df, op.taps[0]);
+    lo = hn::Mul(xl, t0);
+    hi = hn::Mul(xh, t0);
+    for (int j = 1; j < K; ++j) {
+      widen(hn::LoadU(d16, ptrOf(j) + e), xl, xh);
+      const auto t = hn::Set(df, op.taps[j]);
+      lo = hn::Add(lo, hn::Mul(xl, t));
+      hi = hn::Add(hi, hn::Mul(xh, t));
+    }
+    store16(d16, clampRoundPack(d16, lo, hi, fmin, fmax), dst + e);
+  }
+  return e;
+}
+
 // Elements [0, end) in whole vectors, k taps (K when it is not 0); returns
 // end.
 template <int K, bool Round, class S, class D, class A, class PtrOf>
@@ -257,15 +338,8 @@ HWY_INLINE int spanShift(const OpShift<S, D, A>& op, PtrOf ptrOf, int k, D* dst,
     const hn::RepartitionToWide<decltype(d16)> d32;
     const auto half = hn::Set(d32, (A)(op.half - 1));
     for (; e + lanes <= n; e += lanes) {
-      auto lo0 = hn::Zero(d32), lo1 = hn::Zero(d32), hi0 = hn::Zero(d32), hi1 = hn::Zero(d32);
-      for (int j = 0; j < kk; j += 2) {
-        const auto x = load16(d16, ptrOf(j) + e);
-        const auto y = j + 1 < kk ? load16(d16, ptrOf(j + 1) + e) : hn::Zero(d16);
-        const auto t = tapPair(d16, op.taps[j], j + 1 < kk ? op.taps[j + 1] : 0);
-        lo0 = hn::ReorderWidenMulAccumulate(d32, hn::InterleaveLower(d16, x, y), t, lo0, lo1);
-        hi0 = hn::ReorderWidenMulAccumulate(d32, hn::InterleaveUpper(d16, x, y), t, hi0, hi1);
-      }
-      auto lo = hn::RearrangeToOddPlusEven(lo0, lo1), hi = hn::RearrangeToOddPlusEven(hi0, hi1);
+      hn::Vec<decltype(d32)> lo, hi;
+      sum32<K>(d16, ptrOf, kk, op.taps, e, lo, hi);
       if constexpr (Round) {
         lo = roundShift(d32, lo, op.shift, half);
         hi = roundShift(d32, hi, op.shift, half);
@@ -298,6 +372,32 @@ inline void spanFixed(const OpShift<S, D, A>& op, PtrOf ptrOf, D* dst, int n) {
 template <class S, class D, class A, class PtrOf>
 inline void spanGeneral(const OpShift<S, D, A>& op, PtrOf ptrOf, int k, D* dst, int n) {
   spanShift<0>(op, ptrOf, k, dst, n);
+}
+
+// Scaled and float-tap spans: vectors, then the remaining elements one by
+// one with the scalar op.
+template <int K, class Op, class PtrOf>
+inline void spanTail(const Op& op, PtrOf ptrOf, int k, typename Op::Dst* dst, int e, int n) {
+  for (; e < n; ++e) {
+    typename Op::Acc a = Op::first(op.tap(0), ptrOf(0)[e]);
+    for (int j = 1; j < (K > 0 ? K : k); ++j) a = Op::add(a, op.tap(j), ptrOf(j)[e]);
+    dst[e] = op.store(a);
+  }
+}
+
+template <int K, class S, class D, class PtrOf>
+inline void spanFixed(const OpScaled<S, D>& op, PtrOf ptrOf, D* dst, int n) {
+  spanTail<K>(op, ptrOf, K, dst, vx::spanScaled<K>(op, ptrOf, K, dst, n), n);
+}
+
+template <class S, class D, class PtrOf>
+inline void spanGeneral(const OpScaled<S, D>& op, PtrOf ptrOf, int k, D* dst, int n) {
+  spanTail<0>(op, ptrOf, k, dst, vx::spanScaled<0>(op, ptrOf, k, dst, n), n);
+}
+
+template <int K, class D, class PtrOf>
+inline void spanFixed(const OpFloatTap<D>& op, PtrOf ptrOf, D* dst, int n) {
+  spanTail<K>(op, ptrOf, K, dst, vx::spanFloatTap<K>(op, ptrOf, dst, n), n);
 }
 #endif
 
