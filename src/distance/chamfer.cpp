@@ -129,11 +129,12 @@ int neighboursInt(T* cur, const T* n1, const T* n2, int x0, int x1, Costs<T> c) 
 #endif
 
 // Minimum with the candidates of the rows at distance one (n1) and two (n2)
-// from the current row; n1 or n2 are null at the image border. The set of
+// from the current row, over the columns [xFrom, xTo); n1 or n2 are null at
+// the image border. The set of
 // neighbour offsets is symmetric in x, so the forward and backward passes
 // share this function.
 template <class T, bool Five>
-void rowFromNeighbours(T* cur, const T* n1, const T* n2, int w, Costs<T> c) {
+void neighbours(T* cur, const T* n1, const T* n2, int w, int xFrom, int xTo, Costs<T> c) {
   using A = Arith<T>;
   using C = typename A::C;
   if (!n1) return;
@@ -154,19 +155,21 @@ void rowFromNeighbours(T* cur, const T* n1, const T* n2, int w, Costs<T> c) {
     cur[x] = (T)v;
   };
   const int r = Five ? 2 : 1;
-  if (w <= 2 * r) {
-    for (int x = 0; x < w; ++x) edge(x);
+  // Interior [i0, i1): every neighbour offset falls inside the row.
+  const int i0 = std::max(xFrom, r), i1 = std::min(xTo, w - r);
+  if (i0 >= i1) {
+    for (int x = xFrom; x < xTo; ++x) edge(x);
     return;
   }
-  for (int x = 0; x < r; ++x) edge(x);
-  int x0 = r;
+  for (int x = xFrom; x < i0; ++x) edge(x);
+  int x0 = i0;
 #if KVP_HAVE_HWY
-  if constexpr (!std::is_floating_point_v<T>) x0 = neighboursInt<T, Five>(cur, n1, n2, r, w - r, c);
+  if constexpr (!std::is_floating_point_v<T>) x0 = neighboursInt<T, Five>(cur, n1, n2, i0, i1, c);
 #endif
   const C a = c.a, b = c.b, k = c.k;
   if (!Five || !n2) {
 #pragma omp simd
-    for (int x = x0; x < w - r; ++x) {
+    for (int x = x0; x < i1; ++x) {
       C v = cur[x];
       v = std::min(v, A::add(n1[x], a));
       v = std::min(v, A::add(n1[x - 1], b));
@@ -179,7 +182,7 @@ void rowFromNeighbours(T* cur, const T* n1, const T* n2, int w, Costs<T> c) {
     }
   } else {
 #pragma omp simd
-    for (int x = x0; x < w - r; ++x) {
+    for (int x = x0; x < i1; ++x) {
       C v = cur[x];
       v = std::min(v, A::add(n1[x], a));
       v = std::min(v, A::add(n1[x - 1], b));
@@ -191,7 +194,12 @@ void rowFromNeighbours(T* cur, const T* n1, const T* n2, int w, Costs<T> c) {
       cur[x] = (T)v;
     }
   }
-  for (int x = w - r; x < w; ++x) edge(x);
+  for (int x = i1; x < xTo; ++x) edge(x);
+}
+
+template <class T, bool Five>
+void rowFromNeighbours(T* cur, const T* n1, const T* n2, int w, Costs<T> c) {
+  neighbours<T, Five>(cur, n1, n2, w, 0, w, c);
 }
 
 // The in-row recurrence, left to right (forward) or right to left.
@@ -345,6 +353,64 @@ void scanRowBackward(T* cur, int w, typename Arith<T>::C a) {
   scanBackward<T>(cur, w, a);
 }
 
+// One float pass. The in-row recurrence is a chain of dependent additions,
+// so rows run in pairs: row r of the pass is scanned two blocks ahead of
+// row r + 1, whose candidates from row r are taken block by block once the
+// block of row r above them and the pixels beside it are final, and the two
+// chains advance in one loop. Every pixel sees the same values, in the
+// same order, as in the row-by-row pass. Rows and pixels run in pass
+// order: down and right (Forward) or up and left.
+template <bool Five, bool Forward>
+void passFloat(float* dst, int dstStep, int w, int h, Costs<float> c) {
+  constexpr int kBlock = 64;
+  auto row = [&](int r) { return rowAt(dst, dstStep, Forward ? r : h - 1 - r); };
+  auto above = [&](int r, int k) -> const float* { return r - k >= 0 ? row(r - k) : nullptr; };
+  const int blocks = (w + kBlock - 1) / kBlock;
+  // Columns of block b in scan order; the scan starts at x0 and moves by dir.
+  auto block = [&](int b, int& from, int& to) {
+    if (Forward) from = b * kBlock, to = std::min(w, from + kBlock);
+    else to = w - b * kBlock, from = std::max(0, to - kBlock);
+  };
+  const int dir = Forward ? 1 : -1;
+  const float a = c.a;
+  auto step = [a](float* cur, int x, float& prev) {
+    const float v = std::min<float>(cur[x], prev + a);
+    cur[x] = v;
+    prev = v;
+  };
+  // No pixel before the first: +infinity leaves it as it is.
+  constexpr float kNone = std::numeric_limits<float>::infinity();
+  int r = 0;
+  for (; r + 1 < h; r += 2) {
+    float* ra = row(r);
+    float* rb = row(r + 1);
+    neighbours<float, Five>(ra, above(r, 1), above(r, 2), w, 0, w, c);
+    float pa = kNone, pb = kNone;
+    for (int b = 0; b < blocks + 2; ++b) {
+      int a0 = 0, a1 = 0, b0 = 0, b1 = 0;
+      if (b < blocks) block(b, a0, a1);
+      if (b >= 2) {
+        block(b - 2, b0, b1);
+        neighbours<float, Five>(rb, ra, above(r, 1), w, b0, b1, c);
+      }
+      int xa = Forward ? a0 : a1 - 1, xb = Forward ? b0 : b1 - 1;
+      int na = a1 - a0, nb = b1 - b0;
+      for (; na > 0 && nb > 0; --na, --nb, xa += dir, xb += dir) {
+        step(ra, xa, pa);
+        step(rb, xb, pb);
+      }
+      for (; na > 0; --na, xa += dir) step(ra, xa, pa);
+      for (; nb > 0; --nb, xb += dir) step(rb, xb, pb);
+    }
+  }
+  if (r < h) {
+    float* ra = row(r);
+    neighbours<float, Five>(ra, above(r, 1), above(r, 2), w, 0, w, c);
+    float pa = kNone;
+    for (int i = 0, x = Forward ? 0 : w - 1; i < w; ++i, x += dir) step(ra, x, pa);
+  }
+}
+
 // Initialisation and the two passes over a packed or stepped destination.
 template <class T, bool Five>
 void chamfer(const Kvp8u* src, int srcStep, T* dst, int dstStep, int w, int h, Costs<T> c) {
@@ -355,6 +421,11 @@ void chamfer(const Kvp8u* src, int srcStep, T* dst, int dstStep, int w, int h, C
     T* d = rowAt(dst, dstStep, y);
 #pragma omp simd
     for (int x = 0; x < w; ++x) d[x] = s[x] ? far : (T)0;
+  }
+  if constexpr (std::is_floating_point_v<T>) {
+    passFloat<Five, true>(dst, dstStep, w, h, c);
+    passFloat<Five, false>(dst, dstStep, w, h, c);
+    return;
   }
   for (int y = 0; y < h; ++y) {
     T* cur = rowAt(dst, dstStep, y);
