@@ -231,8 +231,9 @@ void runSearch(kvf::Reader& in) {
   KvpPointPolar range[2] = {{in.pickFloat(), in.pickFloat()}, {in.pickFloat(), in.pickFloat()}};
   if (Region && (how & 32)) {
     // Mostly a range of line distances inside the image's.
-    range[0].rho = (float)in.intIn(-(int)std::min(span, 20000ll), (int)std::min(span, 20000ll));
-    range[1].rho = range[0].rho + (float)in.intIn(-2, (int)std::min(2 * span, 40000ll));
+    const int reach = (int)std::clamp(span, 0ll, 20000ll);
+    range[0].rho = (float)in.intIn(-reach, reach);
+    range[1].rho = range[0].rho + (float)in.intIn(-2, 2 * reach);
   }
   const uint8_t nulls = in.byte();
   const bool srcNull = (nulls & 7) == 1, lineNull = (nulls & 7) == 2, countNull = (nulls & 7) == 3,
