@@ -63,6 +63,20 @@ HWY_INLINE hn::Vec<DF> loadAsFloat(const S* p) {
   }
 }
 
+// The old accumulator as the fallback of a masked store, hidden from the
+// optimiser: "mask ? a + t : a" may otherwise be rewritten as
+// "a + (mask ? t : -0)", which turns a signalling NaN in a masked-out pixel
+// into a quiet one.
+template <class V>
+HWY_INLINE V opaque(V v) {
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3
+  asm("" : "+v"(v.raw));
+#elif HWY_ARCH_X86
+  asm("" : "+x"(v.raw));
+#endif
+  return v;
+}
+
 // Lanes(DF) mask bytes as a float-lane mask (true where non-zero).
 HWY_INLINE hn::Mask<DF> loadMask(const Kvp8u* p) {
   const DF df;
@@ -88,7 +102,7 @@ void accRow(const S* s1, const S* s2, const Kvp8u* m, float* acc, int w, Op op) 
       const auto a = hn::LoadU(df, acc + at + 4 * G);
       const auto r = op(a, bytesToFloat<G>(b1, isSigned), bytesToFloat<G>(b2, isSigned));
       if constexpr (Masked)
-        hn::StoreU(hn::IfThenElse(maskGroup<G>(nz), r, a), df, acc + at + 4 * G);
+        hn::StoreU(hn::IfThenElse(maskGroup<G>(nz), r, opaque(a)), df, acc + at + 4 * G);
       else
         hn::StoreU(r, df, acc + at + 4 * G);
     };
@@ -109,7 +123,7 @@ void accRow(const S* s1, const S* s2, const Kvp8u* m, float* acc, int w, Op op) 
       const auto a = hn::LoadU(df, acc + x);
       const auto r = op(a, loadAsFloat(s1 + x), loadAsFloat(s2 + x));
       if constexpr (Masked)
-        hn::StoreU(hn::IfThenElse(loadMask(m + x), r, a), df, acc + x);
+        hn::StoreU(hn::IfThenElse(loadMask(m + x), r, opaque(a)), df, acc + x);
       else
         hn::StoreU(r, df, acc + x);
     }
