@@ -49,6 +49,9 @@ inline long long upRowBytes(int width, int channels) { return ((long long)width 
 // the edge sample; valid for -2 <= i <= n + 1.
 inline int mirror101(int i, int n) { return i < 0 ? -i : (i >= n ? 2 * n - 2 - i : i); }
 
+// (n + 1) / 2 without leaving int for n up to INT_MAX.
+inline int halfUp(int n) { return n / 2 + (n & 1); }
+
 // ---- down: horizontal pass ----------------------------------------------------
 
 // Three-channel 8-bit interior outputs from x0 on, two per step: each tap
@@ -127,7 +130,7 @@ void downRow(const T* s, int w, Acc<T>* out) {
     for (int c = 0; c < CH; ++c) out[c] = ((A)s[c] + (A)s1[c]) * (A)8;
     return;
   }
-  const int dw = (w + 1) / 2;
+  const int dw = halfUp(w);
   for (int c = 0; c < CH; ++c) out[c] = (A)6 * (A)s[c] + (A)8 * (A)s[CH + c] + (A)2 * (A)s[2 * CH + c];
   downRowInterior<T, CH>(s, out, 1, dw - 1, w);
   A* o = out + (dw - 1) * CH;
@@ -174,7 +177,7 @@ KvpStatus pyrDown(const T* src, int srcStep, T* dst, int dstStep, KvpiSize roi, 
   if (!src || !dst || !buffer) return kvpStsNullPtr;
   if (KvpStatus st = checkSize(roi)) return st;
   const int w = roi.width, h = roi.height;
-  const int dw = (w + 1) / 2, dh = (h + 1) / 2;
+  const int dw = halfUp(w), dh = halfUp(h);
   if ((long long)srcStep < (long long)w * CH * (int)sizeof(T)) return kvpStsBadStep;
   if ((long long)dstStep < (long long)dw * CH * (int)sizeof(T)) return kvpStsBadStep;
   if (sizeof(T) > 1 && ((srcStep | dstStep) & (int)(sizeof(T) - 1))) return kvpStsStepNotMultiple;

@@ -1,6 +1,7 @@
 // The single-precision Gaussian 5x5 pyramid levels and the buffer-size
 // queries shared by every element type.
 #include <climits>
+#include <cstring>
 
 #include "frame/bodies.h"
 #include "pyramid/pyr_kernels.h"
@@ -10,7 +11,7 @@ using namespace kvp::pyr;
 namespace {
 
 // Common checks of the size queries: pointer, width, channels, then type.
-KvpStatus bufSize(int roiWidth, KvpDataType dataType, int channels, int* pBufSize, int rows,
+KvpStatus bufSize(int roiWidth, int dataType, int channels, int* pBufSize, int rows,
                   long long (*rowBytes)(int, int)) {
   if (!pBufSize) return kvpStsNullPtr;
   if (roiWidth < 1) return kvpStsBadSize;
@@ -22,15 +23,25 @@ KvpStatus bufSize(int roiWidth, KvpDataType dataType, int channels, int* pBufSiz
   return kvpStsOk;
 }
 
+// The type code as the caller passed it. A C caller may pass any 32-bit
+// value, most of which no enumerator names, so it is read as the int it is
+// rather than loaded as the enumeration.
+static_assert(sizeof(KvpDataType) == sizeof(int));
+int typeCode(const KvpDataType& dataType) {
+  int code;
+  std::memcpy(&code, &dataType, sizeof code);
+  return code;
+}
+
 }  // namespace
 
 KvpStatus KVP_BODY(kvpiPyrDownGetBufSize_Gauss5x5)(int roiWidth, KvpDataType dataType, int channels,
                                                    int* pBufSize) {
-  return bufSize(roiWidth, dataType, channels, pBufSize, 6, downRowBytes);
+  return bufSize(roiWidth, typeCode(dataType), channels, pBufSize, 6, downRowBytes);
 }
 
 KvpStatus KVP_BODY(kvpiPyrUpGetBufSize_Gauss5x5)(int roiWidth, KvpDataType dataType, int channels, int* pBufSize) {
-  return bufSize(roiWidth, dataType, channels, pBufSize, 3, upRowBytes);
+  return bufSize(roiWidth, typeCode(dataType), channels, pBufSize, 3, upRowBytes);
 }
 
 KVP_PYR_BODIES(Kvp32f, 32f, 1)

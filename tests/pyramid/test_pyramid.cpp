@@ -401,6 +401,18 @@ TEST(PyrChecks, FloatStepOf1002IsNotAMultiple) {
             kvpStsStepNotMultiple);
 }
 
+TEST(PyrChecks, WidestRoiHalvesWithoutOverflow) {
+  // A source INT_MAX pixels wide goes down to 2^30 pixels per row: a
+  // shorter destination step is rejected before anything is read.
+  Kvp8u src[4] = {}, dst[4] = {};
+  WorkBuffer buf(64, 0);
+  const int widest = std::numeric_limits<int>::max();
+  EXPECT_EQ(kvpiPyrDown_Gauss5x5_8u_C1R(src, widest, dst, 1 << 29, {widest, 1}, buf.data()), kvpStsBadStep);
+  EXPECT_EQ(kvpiPyrDown_Gauss5x5_8s_C1R((const Kvp8s*)src, widest, (Kvp8s*)dst, (1 << 30) - 1, {widest, 3},
+                                        buf.data()),
+            kvpStsBadStep);
+}
+
 TEST(PyrBuffer, CarriesNoStateBetweenCalls) {
   // The same buffer reused for different images and directions gives the
   // results of a fresh buffer.
