@@ -195,8 +195,8 @@ constexpr double highest() {
 // whose integer sum leaves 32 bits are not judged (the width of the sum is
 // the library's).
 template <class P>
-KVF_PLAIN bool elementOk(const typename P::Tap* taps, const typename P::Src* vals, int k, int divisor,
-                         bool floatTaps, typename P::Dst got) {
+KVF_NO_COVERAGE bool elementOk(const typename P::Tap* taps, const typename P::Src* vals, int k, int divisor,
+                               bool floatTaps, typename P::Dst got) {
   using D = typename P::Dst;
   if constexpr (P::arith == Arith::Float) {
     kvf::FloatSum s;
@@ -249,7 +249,7 @@ void printElement(const typename P::Tap* taps, const typename P::Src* vals, int 
 // kConstant for the border value, or kOpen where the border rules name no
 // pixel (a kernel reaching more than a row's width past either end).
 constexpr int kConstant = -1, kOpen = -2;
-KVF_PLAIN int borderSource(int p, int w, int type) {
+KVF_NO_COVERAGE int borderSource(int p, int w, int type) {
   if (p >= 0 && p < w) return p;
   if (type == 0) return kConstant;
   const bool left = p < 0;
@@ -304,10 +304,10 @@ KvpStatus callRow(const typename P::Src* src, int step, typename P::Dst** dst, K
 
 // Every element of the row pass whose window the border rules define.
 template <class P>
-KVF_PLAIN void checkRowResult(const kvf::GuardedPlane& src, const kvf::GuardedPlane& dst,
-                              const std::vector<int>& rowOf, const typename P::Tap* taps,
-                              const typename P::Src* border, KvpiSize roi, int k, int anchor, int type,
-                              int divisor) {
+KVF_NO_COVERAGE void checkRowResult(const kvf::GuardedPlane& src, const kvf::GuardedPlane& dst,
+                                    const std::vector<int>& rowOf, const typename P::Tap* taps,
+                                    const typename P::Src* border, KvpiSize roi, int k, int anchor, int type,
+                                    int divisor) {
   using S = typename P::Src;
   using D = typename P::Dst;
   constexpr int ch = P::ch;
@@ -460,9 +460,9 @@ KvpStatus callColumn(const typename P::Src** rows, typename P::Dst* dst, int ste
 
 // Every element of the column pass.
 template <class P>
-KVF_PLAIN void checkColumnResult(const kvf::GuardedPlane& src, const kvf::GuardedPlane& dst,
-                                 const std::vector<int>& rowOf, const typename P::Tap* taps, KvpiSize roi,
-                                 int k, int divisor) {
+KVF_NO_COVERAGE void checkColumnResult(const kvf::GuardedPlane& src, const kvf::GuardedPlane& dst,
+                                       const std::vector<int>& rowOf, const typename P::Tap* taps,
+                                       KvpiSize roi, int k, int divisor) {
   using S = typename P::Src;
   using D = typename P::Dst;
   const long long elems = (long long)roi.width * P::ch;

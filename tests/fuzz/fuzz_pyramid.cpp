@@ -33,21 +33,21 @@ using SizeFn = KvpStatus (*)(int, KvpDataType, int, int*);
 
 // Down: index i of an axis of n samples, mirrored about the edge sample
 // (not repeating it) until it falls inside.
-KVF_PLAIN int mirrorDown(int i, int n) {
+KVF_NO_COVERAGE int mirrorDown(int i, int n) {
   if (n == 1) return 0;
   while (i < 0 || i >= n) i = i < 0 ? -i : 2 * n - 2 - i;
   return i;
 }
 
 // Up: one step past the start mirrors, one past the end replicates.
-KVF_PLAIN int edgeUp(int i, int n) {
+KVF_NO_COVERAGE int edgeUp(int i, int n) {
   if (n == 1) return 0;
   return i < 0 ? -i : (i >= n ? n - 1 : i);
 }
 
 // The (index, weight) taps of output position X along an axis of n source
 // samples; returns how many.
-KVF_PLAIN int tapsDown(int X, int n, int* idx, int* w) {
+KVF_NO_COVERAGE int tapsDown(int X, int n, int* idx, int* w) {
   static const int k[5] = {1, 4, 6, 4, 1};
   for (int i = 0; i < 5; ++i) {
     idx[i] = mirrorDown(2 * X + i - 2, n);
@@ -55,7 +55,7 @@ KVF_PLAIN int tapsDown(int X, int n, int* idx, int* w) {
   }
   return 5;
 }
-KVF_PLAIN int tapsUp(int X, int n, int* idx, int* w) {
+KVF_NO_COVERAGE int tapsUp(int X, int n, int* idx, int* w) {
   const int x = X / 2;
   if (X % 2 == 0) {
     idx[0] = edgeUp(x - 1, n), idx[1] = x, idx[2] = edgeUp(x + 1, n);
@@ -71,8 +71,8 @@ KVF_PLAIN int tapsUp(int X, int n, int* idx, int* w) {
 // by (sum + half) >> shift with an arithmetic shift; floats are the sum
 // scaled by 1 / 2^shift, in any order of addition.
 template <class T, int CH, bool Down>
-KVF_PLAIN void checkLevel(const kvf::GuardedPlane& src, const kvf::GuardedPlane& dst, KvpiSize roi,
-                          KvpiSize out) {
+KVF_NO_COVERAGE void checkLevel(const kvf::GuardedPlane& src, const kvf::GuardedPlane& dst, KvpiSize roi,
+                                KvpiSize out) {
   const int shift = Down ? 8 : 6;
   int xi[5], xw[5], yi[5], yw[5];
   for (int Y = 0; Y < out.height; ++Y) {
@@ -135,7 +135,8 @@ KvpStatus expectLevel(unsigned nulls, KvpiSize roi, long long srcRow, long long 
 
 // A buffer of exactly the reported size at any offset; a trap when the
 // query fails.
-KVF_PLAIN kvf::GuardedPlane workBuffer(SizeFn query, int width, int type, int ch, size_t lead, uint8_t seed) {
+KVF_NO_COVERAGE kvf::GuardedPlane workBuffer(SizeFn query, int width, int type, int ch, size_t lead,
+                                             uint8_t seed) {
   int bytes = -1;
   if (query(width, (KvpDataType)type, ch, &bytes) != kvpStsOk || bytes < 1 || bytes > (4 << 20))
     return kvf::GuardedPlane::trap(seed);

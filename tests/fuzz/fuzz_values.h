@@ -193,6 +193,3 @@ inline int readStep(Reader& in, long long rowBytes, int elem) {
 
 }  // namespace kvf
 #pragma clang attribute pop
-
-// For the reference loops of a target.
-#define KVF_PLAIN __attribute__((no_sanitize("coverage")))
