@@ -48,8 +48,14 @@ struct Segment {
 };
 static_assert(sizeof(Segment) == 24, "segment records are six packed 32-bit integers");
 
-// Buffer sizes, formed in 64 bits and truncated to 32 like the queries.
-inline long long listBytes(KvpiSize roi) { return (long long)roi.width * 24 * roi.height / 4 + 32; }
+// Buffer sizes, formed in 64 bits and truncated to 32 like the queries. The
+// product wraps in 64 bits (two's complement) when it does not fit, which
+// only sizes far beyond any real image reach.
+inline long long listBytes(KvpiSize roi) {
+  const unsigned long long p =
+      (unsigned long long)(long long)roi.width * 24u * (unsigned long long)(long long)roi.height;
+  return (long long)p / 4 + 32;
+}
 inline long long maskBytes(KvpiSize roi) { return ((long long)roi.width + 2) * ((long long)roi.height + 2); }
 
 template <class T>
