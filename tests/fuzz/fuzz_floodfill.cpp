@@ -307,33 +307,36 @@ KvpStatus call(T* img, int step, KvpiSize roi, KvpiPoint seed, const T* nv, cons
 // Largest plane per rule: the fixed-range walks can be long when the new
 // value lies in the range, so their planes stay smaller.
 template <Rule R>
-constexpr int kMaxW = R == Rule::Range ? 16 : 40;
+constexpr int kMaxW = R == Rule::Range ? 16 : 64;
 template <Rule R>
-constexpr int kMaxH = R == Rule::Range ? 12 : 24;
+constexpr int kMaxH = R == Rule::Range ? 12 : 40;
 
 template <class T, int CN, Rule R, bool Eight, auto Fn>
 void runFill(kvf::Reader& in) {
   constexpr int E = (int)sizeof(T);
   constexpr long long pixBytes = (long long)CN * E;
-  const uint8_t how = in.byte();
+  // Each of width, height, step and seed is any 32-bit value one time in
+  // four.
+  const uint16_t how = in.raw<uint16_t>();
+  auto anyBits = [&](int bit) { return ((how >> bit) & 3) == 3; };
   KvpiSize roi;
-  roi.width = (how & 1) ? in.raw<int32_t>() : in.intIn(-1, kMaxW<R>);
-  roi.height = (how & 2) ? in.raw<int32_t>() : in.intIn(-1, kMaxH<R>);
+  roi.width = anyBits(0) ? in.raw<int32_t>() : in.intIn(-1, kMaxW<R>);
+  roi.height = anyBits(2) ? in.raw<int32_t>() : in.intIn(-1, kMaxH<R>);
   const long long w = std::max(roi.width, 0), h = std::max(roi.height, 0);
   // A step near the full row (short by a little, exact, padded by whole or
   // partial elements), near the one-channel row, or anything.
   int step;
-  switch ((how >> 2) & 3) {
+  switch ((how >> 4) & 3) {
     case 0:
     case 1: step = (int)(w * pixBytes + in.intIn(-2 * E, 24)); break;
     case 2: step = (int)(w * E + in.intIn(-E, 3 * E)); break;
     default: step = in.raw<int32_t>(); break;
   }
   KvpiPoint seed;
-  if (how & 0x10) {
+  if (anyBits(6)) {
     seed.x = in.raw<int32_t>();
     seed.y = in.raw<int32_t>();
-  } else if (how & 0x20) {
+  } else if (anyBits(8)) {
     seed.x = in.intIn(-2, (int)std::min<long long>(w + 1, 1 << 20));
     seed.y = in.intIn(-2, (int)std::min<long long>(h + 1, 1 << 20));
   } else {
@@ -361,7 +364,8 @@ void runFill(kvf::Reader& in) {
   const bool fits = overlap ? kvf::planeFits((h - 1) * step + rowBytes, 1, (h - 1) * step + rowBytes, lead,
                                              kMaxPlaneBytes)
                             : kvf::planeFits(rowBytes, h, step, lead, kMaxPlaneBytes);
-  if (expect == kvpStsOk && !fits) return;
+  // Successful calls stay small so that the walks and references keep up.
+  if (expect == kvpStsOk && (!fits || w * h > (long long)kMaxW<R> * kMaxH<R>)) return;
 
   const uint8_t pattern = in.byte();
   kvf::GuardedPlane img = !fits ? kvf::GuardedPlane::trap(1)
@@ -372,29 +376,32 @@ void runFill(kvf::Reader& in) {
   auto pixel = [&](int x, int y) { return img.roi() + (ptrdiff_t)y * step + (ptrdiff_t)x * pixBytes; };
 
   // Pixels: from a palette of up to four colours, as small noise around a
-  // base colour, or as a ramp.
+  // base colour, as a ramp, or as a checkerboard or comb of two colours
+  // (many runs per row: long work lists).
   T nv[CN], mn[CN], mx[CN];
   if (fits) {
     const uint8_t mode = in.byte();
-    const int nPal = 1 + (mode >> 2) % 4;
+    const int nPal = 1 + (mode >> 3) % 4;
     T pal[4][CN];
-    for (int i = 0; i < nPal; ++i)
+    for (int i = 0; i < 4; ++i)
       for (int c = 0; c < CN; ++c) pal[i][c] = anyValue<T>(in);
     T slope[2][CN];
     for (int c = 0; c < CN; ++c) {
       slope[0][c] = delta<T>(in);
       slope[1][c] = delta<T>(in);
     }
+    const int cx = in.intIn(1, 3), cy = in.intIn(1, 3), bar = (mode >> 5) & 1 ? (int)h - 1 : 0;
     for (long long y = 0; y < h; ++y)
       for (long long x = 0; x < w; ++x) {
-        const uint8_t k = in.byte();
+        const uint8_t k = (mode & 7) < 4 ? in.byte() : 0;
         T p[CN];
         for (int c = 0; c < CN; ++c) {
-          switch (mode & 3) {
-            case 0:
-            case 1: p[c] = pal[(k + ((k & 0x80) && c == 1 ? 1 : 0)) % nPal][c]; break;
+          switch (mode & 7) {
             case 2: p[c] = ramp<T>(pal[0][c], (T)((k >> (2 * c)) & 3), 0, 1, 0); break;
-            default: p[c] = ramp<T>(pal[0][c], slope[0][c], slope[1][c], (int)x, (int)y); break;
+            case 3: p[c] = ramp<T>(pal[0][c], slope[0][c], slope[1][c], (int)x, (int)y); break;
+            case 4: p[c] = pal[(x / cx + y / cy) & 1][c]; break;
+            case 5: p[c] = pal[x % (cx + 1) == 0 || y == bar ? 0 : 1][c]; break;
+            default: p[c] = pal[(k + ((k & 0x80) && c == 1 ? 1 : 0)) % nPal][c]; break;
           }
         }
         std::memcpy(pixel((int)x, (int)y), p, sizeof p);
