@@ -24,8 +24,6 @@ namespace {
 
 constexpr long long kMaxPlaneBytes = 1 << 20;
 
-#define KVF_UNTRACED __attribute__((no_sanitize("coverage")))
-
 // ---- step-cost queries ------------------------------------------------------------
 
 struct MaskRow {
@@ -167,7 +165,7 @@ constexpr Step kForward[] = {{-1, 0, 0}, {0, -1, 0}, {-1, -1, 1}, {1, -1, 1},
                              {-2, -1, 2}, {2, -1, 2}, {-1, -2, 2}, {1, -2, 2}};
 
 template <class T, bool Five>
-KVF_UNTRACED std::vector<T> chamferReference(const std::vector<uint8_t>& src, int w, int h, const MetricOf<T>* m) {
+KVF_NO_COVERAGE std::vector<T> chamferReference(const std::vector<uint8_t>& src, int w, int h, const MetricOf<T>* m) {
   using Wide = std::conditional_t<std::is_same_v<T, Kvp32f>, float, long long>;
   const Wide top = std::is_same_v<T, Kvp32f> ? (Wide)FLT_MAX : (Wide)std::numeric_limits<T>::max();
   std::vector<Wide> d((size_t)w * h);
@@ -344,7 +342,7 @@ void runTrueQuery(kvf::Reader& in) {
 
 // Squared distances to the nearest zero pixel by rows of column distances;
 // -1 where the image has no zero pixel.
-KVF_UNTRACED std::vector<long long> trueReference(const std::vector<uint8_t>& src, int w, int h) {
+KVF_NO_COVERAGE std::vector<long long> trueReference(const std::vector<uint8_t>& src, int w, int h) {
   const long long none = (long long)1 << 60;
   std::vector<long long> dy((size_t)w * h, none);
   for (int x = 0; x < w; ++x) {
@@ -375,7 +373,7 @@ KVF_UNTRACED std::vector<long long> trueReference(const std::vector<uint8_t>& sr
 }
 
 // The distance of one pixel, directly over all zero pixels.
-KVF_UNTRACED long long trueAt(const std::vector<uint8_t>& src, int w, int h, int x, int y) {
+KVF_NO_COVERAGE long long trueAt(const std::vector<uint8_t>& src, int w, int h, int x, int y) {
   long long best = -1;
   for (int j = 0; j < h; ++j)
     for (int i = 0; i < w; ++i)

@@ -107,7 +107,7 @@ struct Box {
 // Pixels reachable from the seed: a neighbour joins when join(neighbour,
 // pixel it is reached from) holds.
 template <class T, int CN, class Join>
-std::vector<uint8_t> reach(const Pix<T, CN>& im, KvpiPoint seed, bool eight, const Join& join) {
+KVF_NO_COVERAGE std::vector<uint8_t> reach(const Pix<T, CN>& im, KvpiPoint seed, bool eight, const Join& join) {
   std::vector<uint8_t> in((size_t)im.w * im.h, 0);
   std::vector<KvpiPoint> stack{seed};
   in[(size_t)seed.y * im.w + seed.x] = 1;
@@ -182,7 +182,7 @@ struct Seg {
 enum class End { Done, Cycle, Capped };
 
 template <class T, int CN>
-End modelRange(Pix<T, CN>& im, KvpiPoint seed, const T* nv, const Bounds<T, CN>& q, bool eight, double& area,
+KVF_NO_COVERAGE End modelRange(Pix<T, CN>& im, KvpiPoint seed, const T* nv, const Bounds<T, CN>& q, bool eight, double& area,
                Box& box) {
   const int w = im.w, h = im.h;
   auto paint = [&](int y, int l, int r) {
