@@ -253,6 +253,64 @@ KVF_NO_COVERAGE End modelRange(Pix<T, CN>& im, KvpiPoint seed, const T* nv, cons
   return End::Done;
 }
 
+// Step-by-step model of the 8-connected floating-range fill over an
+// unbounded stack: a visited mask with a border of taken pixels; candidates
+// of a neighbouring row fit the nearest pixel of the popped run (the pixel
+// across inside its columns, its end pixel diagonally outside them); runs
+// extend left through pixels that fit their right neighbour and right
+// through pixels that fit their left neighbour or, inside the popped run's
+// columns, the pixel across. Every comparison sees the values before the
+// call; a run is painted when it is popped. Returns the deepest the stack
+// grew.
+template <class T, int CN>
+KVF_NO_COVERAGE size_t modelGrad8(const Pix<T, CN>& before, Pix<T, CN>& im, KvpiPoint seed, const T* nv,
+                                  const T* mn, const T* mx, double& area, Box& box) {
+  const int w = before.w, h = before.h;
+  std::vector<uint8_t> taken((size_t)(w + 2) * (h + 2), 1);
+  auto m = [&](int x, int y) -> uint8_t& { return taken[(size_t)(y + 1) * (w + 2) + (x + 1)]; };
+  for (int y = 0; y < h; ++y)
+    for (int x = 0; x < w; ++x) m(x, y) = 0;
+  auto fit = [&](int xa, int ya, int xb, int yb) { return fitsPix<T, CN>(before.at(xa, ya), before.at(xb, yb), mn, mx); };
+
+  int L = seed.x, R = seed.x;
+  m(seed.x, seed.y) = 1;
+  while (!m(R + 1, seed.y) && fit(R + 1, seed.y, R, seed.y)) m(++R, seed.y) = 1;
+  while (!m(L - 1, seed.y) && fit(L - 1, seed.y, L, seed.y)) m(--L, seed.y) = 1;
+  std::vector<Seg> stack{{seed.y, L, R, R + 1, R, 1}};
+  size_t depth = 1;
+  box.addRun(seed.y, L, R);
+  area = 0;
+  auto scan = [&](int yy, int a, int b, const Seg& s, int dir) {
+    for (int x = a; x <= b;) {
+      const int xc = std::clamp(x, s.l, s.r);
+      if (m(x, yy) || !fit(x, yy, xc, s.y)) {
+        ++x;
+        continue;
+      }
+      m(x, yy) = 1;
+      int l = x, r = x;
+      while (!m(l - 1, yy) && fit(l - 1, yy, l, yy)) m(--l, yy) = 1;
+      while (!m(r + 1, yy) && (fit(r + 1, yy, r, yy) || (r < s.r && fit(r + 1, yy, r + 1, s.y)))) m(++r, yy) = 1;
+      stack.push_back({yy, l, r, s.l, s.r, dir});
+      depth = std::max(depth, stack.size());
+      x = r + 1;
+    }
+  };
+  while (!stack.empty()) {
+    const Seg s = stack.back();
+    stack.pop_back();
+    box.addRun(s.y, s.l, s.r);
+    if (s.y - s.dir >= 0 && s.y - s.dir < h) scan(s.y - s.dir, s.l - 1, s.r + 1, s, s.dir);
+    if (s.y + s.dir >= 0 && s.y + s.dir < h) {
+      scan(s.y + s.dir, s.l - 1, s.pl - 1, s, -s.dir);
+      scan(s.y + s.dir, s.pr + 1, s.r + 1, s, -s.dir);
+    }
+    for (int x = s.l; x <= s.r; ++x) std::memcpy(im.at(x, s.y), nv, sizeof(T) * CN);
+    area += s.r - s.l + 1;
+  }
+  return depth;
+}
+
 // ---- values from the input -------------------------------------------------------
 
 template <class T>
@@ -566,8 +624,22 @@ void runFill(kvf::Reader& in) {
       requireValue();
       return;
     }
-    // 8-connected: every 4-reachable pixel is painted, nothing beyond the
-    // 8-reachable set is; the area and box lie between the two.
+    // 8-connected: the model, wherever its stack stayed within the
+    // (width x height) / 4 records that the buffer is sized for. Beyond
+    // that the order of work may change, and with it which diagonal pixels
+    // join; then every 4-reachable pixel is painted, nothing beyond the
+    // 8-reachable set is, and the area and box lie between the two.
+    {
+      Pix<T, CN> want = before;
+      double area = 0;
+      Box box;
+      if (modelGrad8<T, CN>(before, want, seed, nv, mn, mx, area, box) <= (size_t)W * H / 4) {
+        requireImage(want);
+        requireRecord(area, box);
+        requireValue();
+        return;
+      }
+    }
     const auto in8 = reach<T, CN>(before, seed, true, fit);
     double lo = 0, hi = 0;
     Box inner, outer;
