@@ -75,7 +75,8 @@ uint64_t rowSumI(const S* a, const S* b, const Kvp8u* m, int w) {
 #pragma omp simd reduction(+ : acc)
     for (int i = 0; i < n; ++i) {
       const unsigned v = Two ? magI(pa[i * C], pb[i * C]) : magI(pa[i * C]);
-      const B t = K == kL1 ? (B)v : (B)v * (B)v;
+      // A square of a 16-bit magnitude fits 32 bits; only the sum needs 64.
+      const B t = K == kL1 ? (B)v : (B)(v * v);
       acc += pm[i] ? t : (B)0;
     }
     total += acc;
