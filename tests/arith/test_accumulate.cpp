@@ -238,7 +238,9 @@ void checkMaskedOutNaNs(const std::vector<AccCase<S>>& cases) {
                                out.size()));
     for (int y = 0; y < 3; ++y)
       for (int x = 0; x < 37; ++x) {
-        if (!mask.at(x, y)) ASSERT_EQ(0, std::memcmp(&out.at(x, y), &acc.at(x, y), 4)) << c.name << " at " << x;
+        if (!mask.at(x, y)) {
+          ASSERT_EQ(0, std::memcmp(&out.at(x, y), &acc.at(x, y), 4)) << c.name << " at " << x;
+        }
       }
   }
 }
