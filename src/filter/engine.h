@@ -395,6 +395,35 @@ inline void spanGeneral(const OpScaled<S, D>& op, PtrOf ptrOf, int k, D* dst, in
   spanTail<0>(op, ptrOf, k, dst, vx::spanScaled<0>(op, ptrOf, k, dst, n), n);
 }
 
+// Float rows with any tap count: each pair of output vectors summed in
+// registers, taps in order (the 3- and 5-tap forms vectorise well as plain
+// loops and stay with spanFixed).
+template <int K, class PtrOf>
+inline void spanF32(const OpF32& op, PtrOf ptrOf, int kk, float* dst, int n) {
+  const hn::ScalableTag<float> df;
+  const int lanes = (int)hn::Lanes(df);
+  const int k = K > 0 ? K : kk;
+  int e = 0;
+  for (; e + 2 * lanes <= n; e += 2 * lanes) {
+    auto t = hn::Set(df, op.taps[0]);
+    auto a0 = hn::Mul(t, hn::LoadU(df, ptrOf(0) + e)), a1 = hn::Mul(t, hn::LoadU(df, ptrOf(0) + e + lanes));
+    for (int j = 1; j < k; ++j) {
+      const float* p = ptrOf(j) + e;
+      t = hn::Set(df, op.taps[j]);
+      a0 = hn::Add(a0, hn::Mul(t, hn::LoadU(df, p)));
+      a1 = hn::Add(a1, hn::Mul(t, hn::LoadU(df, p + lanes)));
+    }
+    hn::StoreU(a0, df, dst + e);
+    hn::StoreU(a1, df, dst + e + lanes);
+  }
+  spanTail<K>(op, ptrOf, k, dst, e, n);
+}
+
+template <class PtrOf>
+inline void spanGeneral(const OpF32& op, PtrOf ptrOf, int k, float* dst, int n) {
+  spanF32<0>(op, ptrOf, k, dst, n);
+}
+
 template <int K, class D, class PtrOf>
 inline void spanFixed(const OpFloatTap<D>& op, PtrOf ptrOf, D* dst, int n) {
   spanTail<K>(op, ptrOf, K, dst, vx::spanFloatTap<K>(op, ptrOf, dst, n), n);
