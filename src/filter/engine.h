@@ -318,6 +318,38 @@ HWY_INLINE int spanFloatTap(const OpFloatTap<D>& op, PtrOf ptrOf, D* dst, int n)
   return e;
 }
 
+// Reduced-precision routes: 16-bit wrapping sums, then stored as they are
+// (OpLow1) or scaled by the Q14 quotient (OpLowQ): the product of the sum
+// and the quotient is exact in 32 bits (one pairwise multiply-add against
+// (q, 0)), shifted down by 14 and packed with saturation, which is the
+// clamp.
+template <int K, class Op, class PtrOf>
+HWY_INLINE int spanLow(const Op& op, PtrOf ptrOf, int k, Kvp16s* dst, int n) {
+  const hn::ScalableTag<int16_t> d16;
+  const hn::RepartitionToWide<decltype(d16)> d32;
+  const int lanes = (int)hn::Lanes(d16);
+  const int kk = K > 0 ? K : k;
+  constexpr bool kScaled = std::is_same_v<Op, OpLowQ>;
+  int q = 0;
+  if constexpr (kScaled) q = op.q;
+  const auto qz = tapPair(d16, q, 0);
+  int e = 0;
+  for (; e + lanes <= n; e += lanes) {
+    auto a = hn::Mul(hn::Set(d16, op.taps[0]), hn::LoadU(d16, ptrOf(0) + e));
+    for (int j = 1; j < kk; ++j) a = hn::Add(a, hn::Mul(hn::Set(d16, op.taps[j]), hn::LoadU(d16, ptrOf(j) + e)));
+    if constexpr (kScaled) {
+      auto unused = hn::Zero(d32);
+      const auto lo = hn::ReorderWidenMulAccumulate(d32, hn::InterleaveLower(d16, a, hn::Zero(d16)), qz,
+                                                    hn::Zero(d32), unused);
+      const auto hi = hn::ReorderWidenMulAccumulate(d32, hn::InterleaveUpper(d16, a, hn::Zero(d16)), qz,
+                                                    hn::Zero(d32), unused);
+      a = hn::ReorderDemote2To(d16, hn::ShiftRight<14>(lo), hn::ShiftRight<14>(hi));
+    }
+    hn::StoreU(a, d16, dst + e);
+  }
+  return e;
+}
+
 // Elements [0, end) in whole vectors, k taps (K when it is not 0); returns
 // end.
 template <int K, bool Round, class S, class D, class A, class PtrOf>
@@ -393,6 +425,20 @@ inline void spanFixed(const OpScaled<S, D>& op, PtrOf ptrOf, D* dst, int n) {
 template <class S, class D, class PtrOf>
 inline void spanGeneral(const OpScaled<S, D>& op, PtrOf ptrOf, int k, D* dst, int n) {
   spanTail<0>(op, ptrOf, k, dst, vx::spanScaled<0>(op, ptrOf, k, dst, n), n);
+}
+
+// (OpLow1 with 3 or 5 taps vectorises well as a plain loop.)
+template <class PtrOf>
+inline void spanGeneral(const OpLow1& op, PtrOf ptrOf, int k, Kvp16s* dst, int n) {
+  spanTail<0>(op, ptrOf, k, dst, vx::spanLow<0>(op, ptrOf, k, dst, n), n);
+}
+template <int K, class PtrOf>
+inline void spanFixed(const OpLowQ& op, PtrOf ptrOf, Kvp16s* dst, int n) {
+  spanTail<K>(op, ptrOf, K, dst, vx::spanLow<K>(op, ptrOf, K, dst, n), n);
+}
+template <class PtrOf>
+inline void spanGeneral(const OpLowQ& op, PtrOf ptrOf, int k, Kvp16s* dst, int n) {
+  spanTail<0>(op, ptrOf, k, dst, vx::spanLow<0>(op, ptrOf, k, dst, n), n);
 }
 
 // Float rows with any tap count: each pair of output vectors summed in
