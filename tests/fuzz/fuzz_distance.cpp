@@ -256,7 +256,7 @@ void runChamfer(kvf::Reader& in) {
   kvf::GuardedPlane dst = fits && !inPlace
                               ? kvf::GuardedPlane((size_t)(w * E), (int)h, (size_t)dstStep, (size_t)dLead, in.byte())
                               : kvf::GuardedPlane::trap(2);
-  if (fits) fillSource(in, src, (int)w, (int)h);
+  if (fits && w * h <= 100000) fillSource(in, src, (int)w, (int)h);
   src.arm();
   dst.arm();
   kvf::GuardedPlane met(sizeof metrics, 1, sizeof metrics, (size_t)in.intIn(0, 3) * 4, 3);
@@ -395,14 +395,14 @@ void runTrue(kvf::Reader& in) {
   auto anyBits = [&](int bit) { return ((how >> bit) & 3) == 3; };
   KvpiSize roi;
   // Now and then a plane large enough to be split between threads.
-  const bool big = ((how >> 8) & 7) == 7;
+  const bool big = ((how >> 8) & 15) == 15;
   roi.width = anyBits(0) ? in.raw<int32_t>() : big ? in.intIn(200, 330) : in.intIn(-1, 48);
   roi.height = anyBits(2) ? in.raw<int32_t>() : big ? in.intIn(200, 300) : in.intIn(-1, 32);
   const long long w = std::max(roi.width, 0), h = std::max(roi.height, 0);
   const int srcStep = anyBits(4) ? in.raw<int32_t>() : (int)(w + in.intIn(-2, 20));
   // Mostly whole floats of padding, else any bytes.
   const int dstStep = anyBits(6)            ? in.raw<int32_t>()
-                      : ((how >> 11) & 1) ? (int)(w * 4 + in.intIn(-5, 20))
+                      : ((how >> 12) & 1) ? (int)(w * 4 + in.intIn(-5, 20))
                                             : (int)(w * 4 + 4 * in.intIn(-1, 5));
   const uint8_t nulls = in.byte() % 16;
   const bool srcNull = nulls == 1, dstNull = nulls == 2, bufNull = nulls == 3 || nulls == 4;
@@ -422,7 +422,7 @@ void runTrue(kvf::Reader& in) {
                                : kvf::GuardedPlane::trap(1);
   kvf::GuardedPlane dst = fits ? kvf::GuardedPlane((size_t)(w * 4), (int)h, (size_t)dstStep, (size_t)dLead, in.byte())
                                : kvf::GuardedPlane::trap(2);
-  if (fits) fillSource(in, src, (int)w, (int)h);
+  if (fits && w * h <= 100000) fillSource(in, src, (int)w, (int)h);
   src.arm();
   dst.arm();
   int bufBytes = 0;

@@ -436,8 +436,10 @@ void runFill(kvf::Reader& in) {
   // Pixels: from a palette of up to four colours, as small noise around a
   // base colour, as a ramp, or as a checkerboard or comb of two colours
   // (many runs per row: long work lists).
+  // (A failing call's plane keeps its pattern when it is large: it only has
+  // to stay as it is.)
   T nv[CN], mn[CN], mx[CN];
-  if (fits) {
+  if (fits && w * h <= (long long)kMaxW<R> * kMaxH<R>) {
     const uint8_t mode = in.byte();
     const int nPal = 1 + (mode >> 3) % 4;
     T pal[4][CN];
