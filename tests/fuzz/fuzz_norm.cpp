@@ -127,7 +127,11 @@ KVF_NO_COVERAGE Est reference(const kvf::GuardedPlane& a, const kvf::GuardedPlan
     if (inf) return {Est::Exact, HUGE_VAL, HUGE_VAL};
     // All terms are multiples of 2^emin; while the total stays below
     // 2^24 of those units every partial sum is a float, in any order.
-    if (sum == 0 || sum < std::ldexp(1.0, 24 + emin)) return {Est::Exact, f(sum), f(sum)};
+    // A total past the largest float ends as infinity, in any order.
+    if (sum == 0 || sum < std::ldexp(1.0, 24 + emin)) {
+      const double v = sum > (double)FLT_MAX ? HUGE_VAL : f(sum);
+      return {Est::Exact, v, v};
+    }
     // Otherwise any order of float additions errs by at most about
     // n * 2^-24 of the total (the terms are all non-negative).
     const double tol = sum * (double)(n + 8) * 0x1p-24 * 1.01;
