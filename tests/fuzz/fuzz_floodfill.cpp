@@ -10,10 +10,13 @@
 //   fixed-range fills     a step-by-step model of the segment ring (the ring
 //                         can overflow and end a fill early, which only a
 //                         model of the list reproduces);
-//   floating-range fills  the set reachable through fitting neighbours
-//                         (4-connected: exactly; 8-connected: between the
-//                         4-connected set and the 8-connected set, since
-//                         diagonal candidates are compared with run ends).
+//   floating-range fills  4-connected: the set reachable through fitting
+//                         neighbours; 8-connected: a step-by-step model
+//                         (diagonal candidates are compared with run ends,
+//                         so the order of work matters), and where the work
+//                         list outgrows the records the buffer is sized
+//                         for, a region between the 4-connected and the
+//                         8-connected reachable sets.
 #include <algorithm>
 #include <cstring>
 #include <type_traits>
