@@ -4,7 +4,7 @@ SHELL := /bin/bash
 JOBS ?= $(shell nproc)
 BUILD ?= build
 
-.PHONY: all demo test test-native test-sanitize test-tsan test-valgrind fuzz bench clean
+.PHONY: all demo test test-native test-sanitize test-tsan test-valgrind fuzz bench format format-check clean
 
 all:
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=Release
@@ -58,6 +58,13 @@ fuzz:
 
 bench: all
 	$(BUILD)/bin/kvpcv_bench --benchmark_counters_tabular=true
+
+# Source formatting with the checked-in .clang-format.
+FORMAT_FILES = $(shell git ls-files '*.cpp' '*.h' '*.c')
+format:
+	clang-format -i $(FORMAT_FILES)
+format-check:
+	clang-format --dry-run -Werror $(FORMAT_FILES)
 
 clean:
 	rm -rf $(BUILD) build-asan build-tsan build-native build-fuzz out

@@ -26,29 +26,30 @@ struct AccData {
 // Bytes read per pixel by each kernel (sources, mask, accumulator).
 constexpr long long kAddBytes = 1 + 4, kAddMaskedBytes = 1 + 1 + 4, kProductBytes = 1 + 1 + 4;
 
-#define KVP_ACC_BENCH(NAME, BYTES, CALL)                                   \
-  void BM_##NAME##_kvp(benchmark::State& st) {                            \
-    AccData d(st);                                                        \
-    const KvpiSize roi = d.s.size();                                      \
-    for (auto _ : st) benchmark::DoNotOptimize(CALL);                     \
-    kvpb::setBytes(st, d.s.pixels() * (BYTES));                           \
-  }                                                                       \
+#define KVP_ACC_BENCH(NAME, BYTES, CALL)              \
+  void BM_##NAME##_kvp(benchmark::State& st) {        \
+    AccData d(st);                                    \
+    const KvpiSize roi = d.s.size();                  \
+    for (auto _ : st) benchmark::DoNotOptimize(CALL); \
+    kvpb::setBytes(st, d.s.pixels() * (BYTES));       \
+  }                                                   \
   KVP_BENCH(BM_##NAME##_kvp);
 
 KVP_ACC_BENCH(Add_8u32f, kAddBytes, kvpiAdd_8u32f_C1IR(d.a.data(), d.s.width, d.acc.data(), d.accStep(), roi))
 KVP_ACC_BENCH(Add_8u32f_Masked, kAddMaskedBytes,
-              kvpiAdd_8u32f_C1IMR(d.a.data(), d.s.width, d.mask.data(), d.s.width, d.acc.data(), d.accStep(), roi))
+              kvpiAdd_8u32f_C1IMR(d.a.data(), d.s.width, d.mask.data(), d.s.width, d.acc.data(), d.accStep(),
+                                  roi))
 KVP_ACC_BENCH(AddSquare_8u32f, kAddBytes,
               kvpiAddSquare_8u32f_C1IR(d.a.data(), d.s.width, d.acc.data(), d.accStep(), roi))
 KVP_ACC_BENCH(AddSquare_8u32f_Masked, kAddMaskedBytes,
               kvpiAddSquare_8u32f_C1IMR(d.a.data(), d.s.width, d.mask.data(), d.s.width, d.acc.data(),
                                         d.accStep(), roi))
 KVP_ACC_BENCH(AddProduct_8u32f, kProductBytes,
-              kvpiAddProduct_8u32f_C1IR(d.a.data(), d.s.width, d.b.data(), d.s.width, d.acc.data(), d.accStep(),
-                                        roi))
+              kvpiAddProduct_8u32f_C1IR(d.a.data(), d.s.width, d.b.data(), d.s.width, d.acc.data(),
+                                        d.accStep(), roi))
 KVP_ACC_BENCH(AddProduct_8u32f_Masked, kProductBytes + 1,
-              kvpiAddProduct_8u32f_C1IMR(d.a.data(), d.s.width, d.b.data(), d.s.width, d.mask.data(), d.s.width,
-                                         d.acc.data(), d.accStep(), roi))
+              kvpiAddProduct_8u32f_C1IMR(d.a.data(), d.s.width, d.b.data(), d.s.width, d.mask.data(),
+                                         d.s.width, d.acc.data(), d.accStep(), roi))
 KVP_ACC_BENCH(AddWeighted_8u32f, kAddBytes,
               kvpiAddWeighted_8u32f_C1IR(d.a.data(), d.s.width, d.acc.data(), d.accStep(), roi, 0.1f))
 KVP_ACC_BENCH(AddWeighted_8u32f_Masked, kAddMaskedBytes,
@@ -58,12 +59,14 @@ KVP_ACC_BENCH(AddWeighted_8u32f_Masked, kAddMaskedBytes,
 template <int Channels>
 void BM_AbsDiff_8u_kvp(benchmark::State& st) {
   kvpb::Setup s(st);
-  auto a = kvpb::randomPlane<Kvp8u>(s.width, s.height, Channels), b = kvpb::randomPlane<Kvp8u>(s.width, s.height, Channels, 0, 255, 2);
+  auto a = kvpb::randomPlane<Kvp8u>(s.width, s.height, Channels),
+       b = kvpb::randomPlane<Kvp8u>(s.width, s.height, Channels, 0, 255, 2);
   std::vector<Kvp8u> d(a.size());
   const int step = s.width * Channels;
   for (auto _ : st)
-    benchmark::DoNotOptimize(Channels == 1 ? kvpiAbsDiff_8u_C1R(a.data(), step, b.data(), step, d.data(), step, s.size())
-                                           : kvpiAbsDiff_8u_C3R(a.data(), step, b.data(), step, d.data(), step, s.size()));
+    benchmark::DoNotOptimize(
+        Channels == 1 ? kvpiAbsDiff_8u_C1R(a.data(), step, b.data(), step, d.data(), step, s.size())
+                      : kvpiAbsDiff_8u_C3R(a.data(), step, b.data(), step, d.data(), step, s.size()));
   kvpb::setBytes(st, s.pixels() * Channels * 2);
 }
 KVP_BENCH(BM_AbsDiff_8u_kvp<1>);
@@ -71,10 +74,12 @@ KVP_BENCH(BM_AbsDiff_8u_kvp<3>);
 
 void BM_AbsDiff_32f_kvp(benchmark::State& st) {
   kvpb::Setup s(st);
-  auto a = kvpb::randomPlane<Kvp32f>(s.width, s.height), b = kvpb::randomPlane<Kvp32f>(s.width, s.height, 1, 0, 255, 2);
+  auto a = kvpb::randomPlane<Kvp32f>(s.width, s.height),
+       b = kvpb::randomPlane<Kvp32f>(s.width, s.height, 1, 0, 255, 2);
   std::vector<Kvp32f> d(a.size());
   for (auto _ : st)
-    benchmark::DoNotOptimize(kvpiAbsDiff_32f_C1R(a.data(), s.width * 4, b.data(), s.width * 4, d.data(), s.width * 4, s.size()));
+    benchmark::DoNotOptimize(
+        kvpiAbsDiff_32f_C1R(a.data(), s.width * 4, b.data(), s.width * 4, d.data(), s.width * 4, s.size()));
   kvpb::setBytes(st, s.pixels() * 8);
 }
 KVP_BENCH(BM_AbsDiff_32f_kvp);
@@ -118,12 +123,12 @@ struct CvAcc {
   }
 };
 
-#define KVP_OCV_BENCH(NAME, BYTES, CALL)      \
-  void BM_##NAME##_ocv(benchmark::State& st) { \
-    CvAcc d(st);                               \
-    for (auto _ : st) CALL;                    \
+#define KVP_OCV_BENCH(NAME, BYTES, CALL)        \
+  void BM_##NAME##_ocv(benchmark::State& st) {  \
+    CvAcc d(st);                                \
+    for (auto _ : st) CALL;                     \
     kvpb::setBytes(st, d.s.pixels() * (BYTES)); \
-  }                                            \
+  }                                             \
   KVP_BENCH(BM_##NAME##_ocv);
 
 KVP_OCV_BENCH(Add_8u32f, kAddBytes, cv::accumulate(d.a, d.acc))

@@ -39,7 +39,8 @@ inline std::vector<Kvp8u> photo(int& w, int& h) {
     gray.resize(512 * 512);
     for (int y = 0; y < 512; ++y)
       for (int x = 0; x < 512; ++x)
-        gray[(size_t)y * 512 + x] = (Kvp8u)(((int)std::hypot(x - 200, y - 260) / 24 % 2) * 120 + (x / 64 % 2) * 100);
+        gray[(size_t)y * 512 + x] =
+            (Kvp8u)(((int)std::hypot(x - 200, y - 260) / 24 % 2) * 120 + (x / 64 % 2) * 100);
   }
   return gray;
 }

@@ -29,7 +29,8 @@ inline void standardArgs(benchmark::internal::Benchmark* b) {
 
 struct Setup {
   int width, height, threads;
-  explicit Setup(const benchmark::State& st) : width((int)st.range(0)), height((int)st.range(1)), threads((int)st.range(2)) {
+  explicit Setup(const benchmark::State& st)
+      : width((int)st.range(0)), height((int)st.range(1)), threads((int)st.range(2)) {
     kvpSetNumThreads(threads);
 #ifdef KVP_HAVE_OPENCV
     cv::setNumThreads(threads);
@@ -41,7 +42,8 @@ struct Setup {
 
 // A packed plane of random values (rows of width * channels elements).
 template <class T>
-std::vector<T> randomPlane(int width, int height, int channels = 1, int lo = 0, int hi = 255, unsigned seed = 1) {
+std::vector<T> randomPlane(int width, int height, int channels = 1, int lo = 0, int hi = 255,
+                           unsigned seed = 1) {
   std::mt19937 rng(seed);
   std::uniform_int_distribution<int> d(lo, hi);
   std::vector<T> v((size_t)width * height * channels);

@@ -16,7 +16,6 @@
 
 namespace {
 
-
 // Nearest-neighbour stretch to width x height, thresholded at 100: dark
 // parts become the zero (feature) pixels.
 std::vector<Kvp8u> thresholded(int width, int height) {
@@ -25,7 +24,8 @@ std::vector<Kvp8u> thresholded(int width, int height) {
   std::vector<Kvp8u> v((size_t)width * height);
   for (int y = 0; y < height; ++y)
     for (int x = 0; x < width; ++x)
-      v[(size_t)y * width + x] = g[(size_t)((long long)y * h / height) * w + (size_t)((long long)x * w / width)] < 100 ? 0 : 255;
+      v[(size_t)y * width + x] =
+          g[(size_t)((long long)y * h / height) * w + (size_t)((long long)x * w / width)] < 100 ? 0 : 255;
   return v;
 }
 
@@ -38,8 +38,10 @@ void BM_DistChamfer32f_kvp(benchmark::State& st) {
   Kvp32f m[3];
   kvpiGetDistanceTransformMask_32f(Mask, Norm, m);
   for (auto _ : st)
-    benchmark::DoNotOptimize(Mask == 3 ? kvpiDistanceTransform_3x3_8u32f_C1R(src.data(), s.width, dst.data(), s.width * 4, s.size(), m)
-                                       : kvpiDistanceTransform_5x5_8u32f_C1R(src.data(), s.width, dst.data(), s.width * 4, s.size(), m));
+    benchmark::DoNotOptimize(
+        Mask == 3
+            ? kvpiDistanceTransform_3x3_8u32f_C1R(src.data(), s.width, dst.data(), s.width * 4, s.size(), m)
+            : kvpiDistanceTransform_5x5_8u32f_C1R(src.data(), s.width, dst.data(), s.width * 4, s.size(), m));
   kvpb::setBytes(st, s.pixels() * 5);
 }
 KVP_BENCH((BM_DistChamfer32f_kvp<3, 1>));
@@ -58,8 +60,10 @@ void BM_DistChamferInt_kvp(benchmark::State& st) {
   for (auto _ : st) {
     KvpStatus r;
     if (Wide)
-      r = Mask == 3 ? kvpiDistanceTransform_3x3_8u16u_C1R(src.data(), s.width, d16.data(), s.width * 2, s.size(), m)
-                    : kvpiDistanceTransform_5x5_8u16u_C1R(src.data(), s.width, d16.data(), s.width * 2, s.size(), m);
+      r = Mask == 3
+              ? kvpiDistanceTransform_3x3_8u16u_C1R(src.data(), s.width, d16.data(), s.width * 2, s.size(), m)
+              : kvpiDistanceTransform_5x5_8u16u_C1R(src.data(), s.width, d16.data(), s.width * 2, s.size(),
+                                                    m);
     else
       r = Mask == 3 ? kvpiDistanceTransform_3x3_8u_C1R(src.data(), s.width, d8.data(), s.width, s.size(), m)
                     : kvpiDistanceTransform_5x5_8u_C1R(src.data(), s.width, d8.data(), s.width, s.size(), m);
@@ -80,8 +84,8 @@ void BM_DistTrue_kvp(benchmark::State& st) {
   kvpiTrueDistanceTransformGetBufferSize_8u32f_C1R(s.size(), &size);
   std::vector<Kvp8u> buf((size_t)size);
   for (auto _ : st)
-    benchmark::DoNotOptimize(
-        kvpiTrueDistanceTransform_8u32f_C1R(src.data(), s.width, dst.data(), s.width * 4, s.size(), buf.data()));
+    benchmark::DoNotOptimize(kvpiTrueDistanceTransform_8u32f_C1R(src.data(), s.width, dst.data(), s.width * 4,
+                                                                 s.size(), buf.data()));
   kvpb::setBytes(st, s.pixels() * 5);
 }
 KVP_BENCH(BM_DistTrue_kvp);

@@ -22,11 +22,17 @@ struct SepFilter {
   std::vector<const I*> colPtrs;
 
   SepFilter(int width, int height, int channels, int taps, int rowBytes, int colBytes)
-      : w(width), h(height), ch(channels), k(taps),
+      : w(width),
+        h(height),
+        ch(channels),
+        k(taps),
         src(kvpb::randomPlane<S>(width, height, channels)),
         inter((size_t)width * height * channels),
         dst((size_t)width * height * channels),
-        rowBuf(rowBytes), colBuf(colBytes), rowPtrs(height), colPtrs(height + taps - 1) {}
+        rowBuf(rowBytes),
+        colBuf(colBytes),
+        rowPtrs(height),
+        colPtrs(height + taps - 1) {}
 
   // Pointer setup of one call, vertical border replicated.
   void pointers() {
@@ -62,13 +68,15 @@ void BM_SepFilter_8u16s_kvp(benchmark::State& st) {
   for (auto _ : st) {
     f.pointers();
     if (Ch == 1) {
-      kvpiFilterRowBorderPipeline_8u16s_C1R(f.src.data(), s.width, f.rowPtrs.data(), sz, rowK, K, K / 2, 1, 0, 1,
-                                            f.rowBuf.data());
-      kvpiFilterColumnPipeline_16s_C1R(f.colPtrs.data(), f.dst.data(), s.width * 2, sz, colK, K, 1, f.colBuf.data());
+      kvpiFilterRowBorderPipeline_8u16s_C1R(f.src.data(), s.width, f.rowPtrs.data(), sz, rowK, K, K / 2, 1, 0,
+                                            1, f.rowBuf.data());
+      kvpiFilterColumnPipeline_16s_C1R(f.colPtrs.data(), f.dst.data(), s.width * 2, sz, colK, K, 1,
+                                       f.colBuf.data());
     } else {
-      kvpiFilterRowBorderPipeline_8u16s_C3R(f.src.data(), s.width * 3, f.rowPtrs.data(), sz, rowK, K, K / 2, 1,
-                                            values, 1, f.rowBuf.data());
-      kvpiFilterColumnPipeline_16s_C3R(f.colPtrs.data(), f.dst.data(), s.width * 6, sz, colK, K, 1, f.colBuf.data());
+      kvpiFilterRowBorderPipeline_8u16s_C3R(f.src.data(), s.width * 3, f.rowPtrs.data(), sz, rowK, K, K / 2,
+                                            1, values, 1, f.rowBuf.data());
+      kvpiFilterColumnPipeline_16s_C3R(f.colPtrs.data(), f.dst.data(), s.width * 6, sz, colK, K, 1,
+                                       f.colBuf.data());
     }
     benchmark::DoNotOptimize(f.dst.data());
   }
@@ -92,13 +100,15 @@ void BM_SepFilter_32f_k5_kvp(benchmark::State& st) {
   for (auto _ : st) {
     f.pointers();
     if (Ch == 1) {
-      kvpiFilterRowBorderPipeline_32f_C1R(f.src.data(), s.width * 4, f.rowPtrs.data(), sz, kTaps5f, 5, 2, 1, 0.f,
-                                          f.rowBuf.data());
-      kvpiFilterColumnPipeline_32f_C1R(f.colPtrs.data(), f.dst.data(), s.width * 4, sz, kTaps5f, 5, f.colBuf.data());
+      kvpiFilterRowBorderPipeline_32f_C1R(f.src.data(), s.width * 4, f.rowPtrs.data(), sz, kTaps5f, 5, 2, 1,
+                                          0.f, f.rowBuf.data());
+      kvpiFilterColumnPipeline_32f_C1R(f.colPtrs.data(), f.dst.data(), s.width * 4, sz, kTaps5f, 5,
+                                       f.colBuf.data());
     } else {
-      kvpiFilterRowBorderPipeline_32f_C3R(f.src.data(), s.width * 12, f.rowPtrs.data(), sz, kTaps5f, 5, 2, 1, values,
-                                          f.rowBuf.data());
-      kvpiFilterColumnPipeline_32f_C3R(f.colPtrs.data(), f.dst.data(), s.width * 12, sz, kTaps5f, 5, f.colBuf.data());
+      kvpiFilterRowBorderPipeline_32f_C3R(f.src.data(), s.width * 12, f.rowPtrs.data(), sz, kTaps5f, 5, 2, 1,
+                                          values, f.rowBuf.data());
+      kvpiFilterColumnPipeline_32f_C3R(f.colPtrs.data(), f.dst.data(), s.width * 12, sz, kTaps5f, 5,
+                                       f.colBuf.data());
     }
     benchmark::DoNotOptimize(f.dst.data());
   }

@@ -18,7 +18,6 @@ namespace {
 constexpr int kThreshold = 250;
 constexpr int kMaxLines = 100000;
 
-
 // Bilinear stretch to width x height, then a central-difference gradient
 // magnitude above a fixed threshold.
 std::vector<Kvp8u> edgeMap(int width, int height) {
@@ -58,8 +57,8 @@ void BM_HoughLine_kvp(benchmark::State& st) {
   std::vector<KvpPointPolar> lines(kMaxLines);
   int count = 0;
   for (auto _ : st) {
-    kvpiHoughLine_8u32f_C1R(edges.data(), s.width, s.size(), delta, kThreshold, lines.data(), kMaxLines, &count,
-                            buf.data());
+    kvpiHoughLine_8u32f_C1R(edges.data(), s.width, s.size(), delta, kThreshold, lines.data(), kMaxLines,
+                            &count, buf.data());
     benchmark::DoNotOptimize(lines.data());
   }
   st.counters["lines"] = count;

@@ -13,16 +13,21 @@ struct Tables {
   std::vector<Kvp32s> sum, tilt;
   std::vector<Kvp64f> sqr, tiltSqr;
   Tables(int width, int height)
-      : w(width), h(height), src(kvpb::randomPlane<Kvp8u>(width, height)),
-        sum((size_t)(width + 1) * (height + 1)), tilt((size_t)(width + 2) * (height + 2)),
-        sqr((size_t)(width + 1) * (height + 1)), tiltSqr((size_t)(width + 2) * (height + 2)) {}
+      : w(width),
+        h(height),
+        src(kvpb::randomPlane<Kvp8u>(width, height)),
+        sum((size_t)(width + 1) * (height + 1)),
+        tilt((size_t)(width + 2) * (height + 2)),
+        sqr((size_t)(width + 1) * (height + 1)),
+        tiltSqr((size_t)(width + 2) * (height + 2)) {}
 };
 
 void BM_Integral_kvp(benchmark::State& st) {
   kvpb::Setup s(st);
   Tables t(s.width, s.height);
   for (auto _ : st)
-    benchmark::DoNotOptimize(kvpiIntegral_8u32s_C1R(t.src.data(), t.w, t.sum.data(), (t.w + 1) * 4, s.size(), 0));
+    benchmark::DoNotOptimize(
+        kvpiIntegral_8u32s_C1R(t.src.data(), t.w, t.sum.data(), (t.w + 1) * 4, s.size(), 0));
   kvpb::setBytes(st, s.pixels() * 5);
 }
 KVP_BENCH(BM_Integral_kvp);
@@ -44,8 +49,8 @@ void BM_SqrTiltedIntegral_kvp(benchmark::State& st) {
   for (auto _ : st) {
     benchmark::DoNotOptimize(kvpiSqrIntegral_8u32s64f_C1R(t.src.data(), t.w, t.sum.data(), (t.w + 1) * 4,
                                                           t.sqr.data(), (t.w + 1) * 8, s.size(), 0, 0.0));
-    benchmark::DoNotOptimize(kvpiTiltedIntegral_8u32s_C1R(t.src.data(), t.w, t.tilt.data(), (t.w + 2) * 4,
-                                                          s.size(), 0));
+    benchmark::DoNotOptimize(
+        kvpiTiltedIntegral_8u32s_C1R(t.src.data(), t.w, t.tilt.data(), (t.w + 2) * 4, s.size(), 0));
   }
   kvpb::setBytes(st, s.pixels() * 17);
 }

@@ -23,7 +23,8 @@ void runKvp(benchmark::State& st, MotionFn<S> fn) {
   auto mhi = kvpb::randomPlane<Kvp32f>(s.width, s.height, 1, 0, 100, 2);
   float ts = 100.f;
   for (auto _ : st) {
-    benchmark::DoNotOptimize(fn(sil.data(), s.width * (int)sizeof(S), mhi.data(), s.width * 4, s.size(), ts, 30.f));
+    benchmark::DoNotOptimize(
+        fn(sil.data(), s.width * (int)sizeof(S), mhi.data(), s.width * 4, s.size(), ts, 30.f));
     benchmark::ClobberMemory();
     ts += 1.f;
   }
@@ -31,7 +32,9 @@ void runKvp(benchmark::State& st, MotionFn<S> fn) {
 }
 
 void BM_MotionHistory_8u_kvp(benchmark::State& st) { runKvp<Kvp8u>(st, kvpiUpdateMotionHistory_8u32f_C1IR); }
-void BM_MotionHistory_16u_kvp(benchmark::State& st) { runKvp<Kvp16u>(st, kvpiUpdateMotionHistory_16u32f_C1IR); }
+void BM_MotionHistory_16u_kvp(benchmark::State& st) {
+  runKvp<Kvp16u>(st, kvpiUpdateMotionHistory_16u32f_C1IR);
+}
 void BM_MotionHistory_32f_kvp(benchmark::State& st) { runKvp<Kvp32f>(st, kvpiUpdateMotionHistory_32f_C1IR); }
 KVP_BENCH(BM_MotionHistory_8u_kvp);
 KVP_BENCH(BM_MotionHistory_16u_kvp);

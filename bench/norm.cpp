@@ -20,7 +20,7 @@ struct NormData {
   int step() const { return s.width * (int)sizeof(T); }
 };
 
-#define KVP_NORM_BENCH(NAME, T, CALL)                        \
+#define KVP_NORM_BENCH(NAME, T, CALL)                       \
   void BM_##NAME##_kvp(benchmark::State& st) {              \
     NormData<T> d(st);                                      \
     double v = 0;                                           \
@@ -30,13 +30,17 @@ struct NormData {
   }                                                         \
   KVP_BENCH(BM_##NAME##_kvp);
 
-KVP_NORM_BENCH(Norm_Inf_8u, Kvp8u, kvpiNorm_Inf_8u_C1MR(d.a.data(), d.step(), d.mask.data(), d.s.width, d.s.size(), &v))
-KVP_NORM_BENCH(Norm_L1_8u, Kvp8u, kvpiNorm_L1_8u_C1MR(d.a.data(), d.step(), d.mask.data(), d.s.width, d.s.size(), &v))
-KVP_NORM_BENCH(Norm_L2_8u, Kvp8u, kvpiNorm_L2_8u_C1MR(d.a.data(), d.step(), d.mask.data(), d.s.width, d.s.size(), &v))
+KVP_NORM_BENCH(Norm_Inf_8u, Kvp8u,
+               kvpiNorm_Inf_8u_C1MR(d.a.data(), d.step(), d.mask.data(), d.s.width, d.s.size(), &v))
+KVP_NORM_BENCH(Norm_L1_8u, Kvp8u,
+               kvpiNorm_L1_8u_C1MR(d.a.data(), d.step(), d.mask.data(), d.s.width, d.s.size(), &v))
+KVP_NORM_BENCH(Norm_L2_8u, Kvp8u,
+               kvpiNorm_L2_8u_C1MR(d.a.data(), d.step(), d.mask.data(), d.s.width, d.s.size(), &v))
 KVP_NORM_BENCH(NormDiff_L2_8u, Kvp8u,
                kvpiNormDiff_L2_8u_C1MR(d.a.data(), d.step(), d.b.data(), d.step(), d.mask.data(), d.s.width,
                                        d.s.size(), &v))
-KVP_NORM_BENCH(Norm_L2_32f, Kvp32f, kvpiNorm_L2_32f_C1MR(d.a.data(), d.step(), d.mask.data(), d.s.width, d.s.size(), &v))
+KVP_NORM_BENCH(Norm_L2_32f, Kvp32f,
+               kvpiNorm_L2_32f_C1MR(d.a.data(), d.step(), d.mask.data(), d.s.width, d.s.size(), &v))
 KVP_NORM_BENCH(NormRel_L2_32f, Kvp32f,
                kvpiNormRel_L2_32f_C1MR(d.a.data(), d.step(), d.b.data(), d.step(), d.mask.data(), d.s.width,
                                        d.s.size(), &v))
@@ -56,12 +60,12 @@ struct CvNorm {
   }
 };
 
-#define KVP_NORM_OCV(NAME, TYPE, ELEM, CALL)                   \
-  void BM_##NAME##_ocv(benchmark::State& st) {                \
-    CvNorm<TYPE> d(st);                                       \
-    for (auto _ : st) benchmark::DoNotOptimize(CALL);         \
-    kvpb::setBytes(st, d.s.pixels() * (2 * (ELEM) + 1));      \
-  }                                                           \
+#define KVP_NORM_OCV(NAME, TYPE, ELEM, CALL)             \
+  void BM_##NAME##_ocv(benchmark::State& st) {           \
+    CvNorm<TYPE> d(st);                                  \
+    for (auto _ : st) benchmark::DoNotOptimize(CALL);    \
+    kvpb::setBytes(st, d.s.pixels() * (2 * (ELEM) + 1)); \
+  }                                                      \
   KVP_BENCH(BM_##NAME##_ocv);
 
 KVP_NORM_OCV(Norm_Inf_8u, CV_8UC1, 1, cv::norm(d.a, cv::NORM_INF, d.mask))

@@ -10,7 +10,6 @@
 
 namespace {
 
-
 template <class T, int CH, bool Down>
 void runKvp(benchmark::State& st) {
   const kvpb::Setup s(st);
@@ -29,18 +28,23 @@ void runKvp(benchmark::State& st) {
     KvpStatus r;
     if constexpr (Down) {
       if constexpr (sizeof(T) == 4)
-        r = CH == 1 ? kvpiPyrDown_Gauss5x5_32f_C1R(src.data(), srcStep, dst.data(), dstStep, s.size(), buf.data())
-                    : kvpiPyrDown_Gauss5x5_32f_C3R(src.data(), srcStep, dst.data(), dstStep, s.size(), buf.data());
+        r = CH == 1
+                ? kvpiPyrDown_Gauss5x5_32f_C1R(src.data(), srcStep, dst.data(), dstStep, s.size(), buf.data())
+                : kvpiPyrDown_Gauss5x5_32f_C3R(src.data(), srcStep, dst.data(), dstStep, s.size(),
+                                               buf.data());
       else
-        r = CH == 1 ? kvpiPyrDown_Gauss5x5_8u_C1R(src.data(), srcStep, dst.data(), dstStep, s.size(), buf.data())
-                    : kvpiPyrDown_Gauss5x5_8u_C3R(src.data(), srcStep, dst.data(), dstStep, s.size(), buf.data());
+        r = CH == 1
+                ? kvpiPyrDown_Gauss5x5_8u_C1R(src.data(), srcStep, dst.data(), dstStep, s.size(), buf.data())
+                : kvpiPyrDown_Gauss5x5_8u_C3R(src.data(), srcStep, dst.data(), dstStep, s.size(), buf.data());
     } else {
       if constexpr (sizeof(T) == 4)
-        r = CH == 1 ? kvpiPyrUp_Gauss5x5_32f_C1R(src.data(), srcStep, dst.data(), dstStep, s.size(), buf.data())
-                    : kvpiPyrUp_Gauss5x5_32f_C3R(src.data(), srcStep, dst.data(), dstStep, s.size(), buf.data());
+        r = CH == 1
+                ? kvpiPyrUp_Gauss5x5_32f_C1R(src.data(), srcStep, dst.data(), dstStep, s.size(), buf.data())
+                : kvpiPyrUp_Gauss5x5_32f_C3R(src.data(), srcStep, dst.data(), dstStep, s.size(), buf.data());
       else
-        r = CH == 1 ? kvpiPyrUp_Gauss5x5_8u_C1R(src.data(), srcStep, dst.data(), dstStep, s.size(), buf.data())
-                    : kvpiPyrUp_Gauss5x5_8u_C3R(src.data(), srcStep, dst.data(), dstStep, s.size(), buf.data());
+        r = CH == 1
+                ? kvpiPyrUp_Gauss5x5_8u_C1R(src.data(), srcStep, dst.data(), dstStep, s.size(), buf.data())
+                : kvpiPyrUp_Gauss5x5_8u_C3R(src.data(), srcStep, dst.data(), dstStep, s.size(), buf.data());
     }
     benchmark::DoNotOptimize(r);
     benchmark::ClobberMemory();
@@ -68,7 +72,8 @@ void runOcv(benchmark::State& st) {
   const int depth = sizeof(T) == 4 ? CV_32F : CV_8U;
   std::vector<T> data = kvpb::randomPlane<T>(s.width, s.height, CH);
   cv::Mat src(s.height, s.width, CV_MAKETYPE(depth, CH), data.data());
-  const cv::Size dsz = Down ? cv::Size((s.width + 1) / 2, (s.height + 1) / 2) : cv::Size(2 * s.width, 2 * s.height);
+  const cv::Size dsz =
+      Down ? cv::Size((s.width + 1) / 2, (s.height + 1) / 2) : cv::Size(2 * s.width, 2 * s.height);
   cv::Mat dst(dsz, src.type());
   for (auto _ : st) {
     if (Down)

@@ -26,8 +26,8 @@ int main(int argc, char** argv) {
   const KvpLibraryVersion* v = kvpcvGetLibVersion();
   int threads = 0;
   kvpGetNumThreads(&threads);
-  std::printf("%s %s, built %s; code path %.4s; %d threads\n", v->name, v->version, v->buildDate, v->targetCpu,
-              threads);
+  std::printf("%s %s, built %s; code path %.4s; %d threads\n", v->name, v->version, v->buildDate,
+              v->targetCpu, threads);
   int failed = 0;
   for (auto& [name, step] : demo::steps()) {
     const bool ok = step(ctx);

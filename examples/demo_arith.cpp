@@ -30,6 +30,7 @@ KVP_DEMO_STEP("accumulate", [](const demo::Context& ctx) {
   if (kvpiAbsDiff_8u_C1R(cam.data(), cam.step(), last, cam.step(), diff.data(), w, roi)) return false;
   return demo::writePng(ctx.output("accumulate_mean.png"), demo::floatToGray(mean.data(), w * 4, roi)) &&
          demo::writePng(ctx.output("accumulate_stddev.png"), demo::floatToGray(var.data(), w * 4, roi)) &&
-         demo::writePng(ctx.output("accumulate_running_average.png"), demo::floatToGray(avg.data(), w * 4, roi)) &&
+         demo::writePng(ctx.output("accumulate_running_average.png"),
+                        demo::floatToGray(avg.data(), w * 4, roi)) &&
          demo::writePng(ctx.output("absdiff.png"), diff);
 });

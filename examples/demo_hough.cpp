@@ -56,5 +56,6 @@ KVP_DEMO_STEP("hough", [](const demo::Context& ctx) {
     rgb.pixels[3 * i] = rgb.pixels[3 * i + 1] = rgb.pixels[3 * i + 2] = gray.pixels[i];
   const Kvp8u strongest[3] = {255, 40, 40}, others[3] = {40, 220, 255};
   for (int k = count - 1; k >= 0; --k) drawLine(rgb, lines[k], k < 6 ? strongest : others);
-  return demo::writePng(ctx.output("hough_edges.png"), edges) && demo::writePng(ctx.output("hough_lines.png"), rgb);
+  return demo::writePng(ctx.output("hough_edges.png"), edges) &&
+         demo::writePng(ctx.output("hough_lines.png"), rgb);
 });

@@ -22,7 +22,8 @@ KVP_DEMO_STEP("motion", [](const demo::Context& ctx) {
         if ((x - cx) * (x - cx) + (y - cy) * (y - cy) < r * r) frame.pixels[(size_t)y * w + x] = 255;
     if (kvpiAbsDiff_8u_C1R(frame.data(), w, prev.data(), w, diff.data(), w, roi)) return false;
     for (size_t i = 0; i < sil.pixels.size(); ++i) sil.pixels[i] = diff.pixels[i] > 30;
-    if (kvpiUpdateMotionHistory_8u32f_C1IR(sil.data(), w, mhi.data(), w * 4, roi, (float)(f + 1), 6.f)) return false;
+    if (kvpiUpdateMotionHistory_8u32f_C1IR(sil.data(), w, mhi.data(), w * 4, roi, (float)(f + 1), 6.f))
+      return false;
     prev = frame;
   }
   // Over a dimmed photograph, the age of each pixel's last motion as a

@@ -15,8 +15,8 @@ bool down(const demo::Image& src, demo::Image& dst) {
   int bytes = 0;
   if (kvpiPyrDownGetBufSize_Gauss5x5(src.width, kvp8u, 3, &bytes)) return false;
   std::vector<Kvp8u> buffer((size_t)bytes);
-  return kvpiPyrDown_Gauss5x5_8u_C3R(src.data(), src.step(), dst.data(), dst.step(), src.size(), buffer.data()) ==
-         kvpStsOk;
+  return kvpiPyrDown_Gauss5x5_8u_C3R(src.data(), src.step(), dst.data(), dst.step(), src.size(),
+                                     buffer.data()) == kvpStsOk;
 }
 
 // One level up of an RGB image.
@@ -26,8 +26,8 @@ bool up(const demo::Image& src, demo::Image& dst) {
   int bytes = 0;
   if (kvpiPyrUpGetBufSize_Gauss5x5(src.width, kvp8u, 3, &bytes)) return false;
   std::vector<Kvp8u> buffer((size_t)bytes);
-  return kvpiPyrUp_Gauss5x5_8u_C3R(src.data(), src.step(), dst.data(), dst.step(), src.size(), buffer.data()) ==
-         kvpStsOk;
+  return kvpiPyrUp_Gauss5x5_8u_C3R(src.data(), src.step(), dst.data(), dst.step(), src.size(),
+                                   buffer.data()) == kvpStsOk;
 }
 
 }  // namespace
@@ -42,11 +42,13 @@ KVP_DEMO_STEP("pyramid", [](const demo::Context& ctx) {
   }
   int width = 0;
   for (const demo::Image& l : levels) width += l.width;
-  demo::Image sheet{width, levels[0].height, 3, std::vector<Kvp8u>((size_t)width * levels[0].height * 3, 255)};
+  demo::Image sheet{width, levels[0].height, 3,
+                    std::vector<Kvp8u>((size_t)width * levels[0].height * 3, 255)};
   int x0 = 0;
   for (const demo::Image& l : levels) {
     for (int y = 0; y < l.height; ++y)
-      std::copy_n(l.data() + (size_t)y * l.step(), l.step(), sheet.data() + (size_t)y * sheet.step() + x0 * 3);
+      std::copy_n(l.data() + (size_t)y * l.step(), l.step(),
+                  sheet.data() + (size_t)y * sheet.step() + x0 * 3);
     x0 += l.width;
   }
   demo::Image up1, up2;

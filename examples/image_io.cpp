@@ -36,7 +36,9 @@ bool writePng(const std::string& path, const Image& img) {
 Image floatToGray(const float* data, int step, KvpiSize size) {
   Image img{size.width, size.height, 1, std::vector<Kvp8u>((size_t)size.width * size.height)};
   float lo = INFINITY, hi = -INFINITY;
-  auto row = [&](int y) { return reinterpret_cast<const float*>(reinterpret_cast<const char*>(data) + (size_t)step * y); };
+  auto row = [&](int y) {
+    return reinterpret_cast<const float*>(reinterpret_cast<const char*>(data) + (size_t)step * y);
+  };
   for (int y = 0; y < size.height; ++y)
     for (int x = 0; x < size.width; ++x)
       if (std::isfinite(row(y)[x])) {

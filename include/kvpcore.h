@@ -7,6 +7,9 @@
 #ifndef KVPCORE_H
 #define KVPCORE_H
 
+/* One declaration per line (the build checks the list against it). */
+/* clang-format off */
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -121,4 +124,5 @@ KVP_API void kvpSetMallocFailCountdown(int n);
 #ifdef __cplusplus
 }
 #endif
+/* clang-format on */
 #endif /* KVPCORE_H */

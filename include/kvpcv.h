@@ -12,6 +12,9 @@
 #ifndef KVPCV_H
 #define KVPCV_H
 
+/* One declaration per line (the build checks the list against it). */
+/* clang-format off */
+
 #include "kvpcore.h"
 
 #ifdef __cplusplus
@@ -591,4 +594,5 @@ KVP_API KvpStatus kvpiHoughLine_Region_8u32f_C1R(const Kvp8u* pSrc, int srcStep,
 #ifdef __cplusplus
 }
 #endif
+/* clang-format on */
 #endif /* KVPCV_H */

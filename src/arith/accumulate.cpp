@@ -15,7 +15,6 @@
 #include "frame/parallel.h"
 #include "frame/simd.h"
 
-
 namespace kvp::arith {
 namespace {
 
@@ -30,22 +29,30 @@ bool threadedArea(KvpiSize roi) { return (long long)roi.width * roi.height >= kT
 // round identically.
 struct OpAdd {
   template <class V>
-  V operator()(V a, V s, V) const { return a + s; }
+  V operator()(V a, V s, V) const {
+    return a + s;
+  }
 };
 struct OpSquare {
   template <class V>
-  V operator()(V a, V s, V) const { return a + s * s; }
+  V operator()(V a, V s, V) const {
+    return a + s * s;
+  }
 };
 struct OpProduct {
   template <class V>
-  V operator()(V a, V s1, V s2) const { return a + s1 * s2; }
+  V operator()(V a, V s1, V s2) const {
+    return a + s1 * s2;
+  }
 };
 struct OpWeighted {
   float alpha;
   float operator()(float a, float s, float) const { return (s - a) * alpha + a; }
 #if KVP_HAVE_HWY
   template <class V>
-  V operator()(V a, V s, V) const { return (s - a) * hn::Set(hn::DFromV<V>(), alpha) + a; }
+  V operator()(V a, V s, V) const {
+    return (s - a) * hn::Set(hn::DFromV<V>(), alpha) + a;
+  }
 #endif
 };
 
@@ -136,8 +143,8 @@ void accRow(const S* s1, const S* s2, const Kvp8u* m, float* acc, int w, Op op) 
 // The family driver. s2 is unused for one-source operations, m when
 // unmasked; the planes are checked in argument order (sources, mask, acc).
 template <bool Masked, bool TwoSources, class S, class Op>
-KvpStatus accumulate(const S* s1, int s1Step, const S* s2, int s2Step, const Kvp8u* m, int mStep,
-                     Kvp32f* acc, int accStep, KvpiSize roi, Op op) {
+KvpStatus accumulate(const S* s1, int s1Step, const S* s2, int s2Step, const Kvp8u* m, int mStep, Kvp32f* acc,
+                     int accStep, KvpiSize roi, Op op) {
   KvpStatus st;
   if (TwoSources && Masked)
     st = checkPlanes(roi, {plane(s1, s1Step), plane(s2, s2Step), plane(m, mStep), plane(acc, accStep)});
@@ -243,18 +250,17 @@ using namespace kvp::arith;
 
 // ---- exported bodies ---------------------------------------------------------
 
-#define KVP_ACC_ONE_SOURCE(OP, NAME, TS, T)                                                       \
-  KvpStatus KVP_BODY(kvpi##OP##_##TS##_C1IR)(const T* pSrc, int srcStep, Kvp32f* pSrcDst,         \
-                                             int srcDstStep, KvpiSize roiSize) {                  \
+#define KVP_ACC_ONE_SOURCE(OP, NAME, TS, T)                                                               \
+  KvpStatus KVP_BODY(kvpi##OP##_##TS##_C1IR)(const T* pSrc, int srcStep, Kvp32f* pSrcDst, int srcDstStep, \
+                                             KvpiSize roiSize) {                                          \
     return accumulate<false, false>(pSrc, srcStep, (const T*)nullptr, 0, nullptr, 0, pSrcDst, srcDstStep, \
-                             roiSize, NAME{});                                                    \
+                                    roiSize, NAME{});                                                     \
   }
-#define KVP_ACC_ONE_SOURCE_M(OP, NAME, TS, T)                                                     \
-  KvpStatus KVP_BODY(kvpi##OP##_##TS##_C1IMR)(const T* pSrc, int srcStep, const Kvp8u* pMask,     \
-                                              int maskStep, Kvp32f* pSrcDst, int srcDstStep,      \
-                                              KvpiSize roiSize) {                                 \
-    return accumulate<true, false>(pSrc, srcStep, (const T*)nullptr, 0, pMask, maskStep, pSrcDst,         \
-                            srcDstStep, roiSize, NAME{});                                         \
+#define KVP_ACC_ONE_SOURCE_M(OP, NAME, TS, T)                                                               \
+  KvpStatus KVP_BODY(kvpi##OP##_##TS##_C1IMR)(const T* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, \
+                                              Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize) {          \
+    return accumulate<true, false>(pSrc, srcStep, (const T*)nullptr, 0, pMask, maskStep, pSrcDst,           \
+                                   srcDstStep, roiSize, NAME{});                                            \
   }
 
 KVP_ACC_ONE_SOURCE(Add, OpAdd, 8u32f, Kvp8u)
@@ -274,20 +280,19 @@ KVP_ACC_ONE_SOURCE_M(AddSquare, OpSquare, 8s32f, Kvp8s)
 KVP_ACC_ONE_SOURCE_M(AddSquare, OpSquare, 16u32f, Kvp16u)
 KVP_ACC_ONE_SOURCE_M(AddSquare, OpSquare, 32f, Kvp32f)
 
-#define KVP_ACC_PRODUCT(TS, T, CACHE)                                                             \
-  KvpStatus KVP_BODY(kvpiAddProduct_##TS##_C1IR)(const T* pSrc1, int src1Step, const T* pSrc2,    \
-                                                 int src2Step, Kvp32f* pSrcDst, int srcDstStep,   \
-                                                 KvpiSize roiSize) {                              \
-    return accumulate<false, true>(pSrc1, src1Step, pSrc2, src2Step, nullptr, 0, pSrcDst, srcDstStep,   \
-                             roiSize, OpProduct{});                                               \
-  }                                                                                               \
-  KvpStatus KVP_BODY(kvpiAddProduct_##TS##_C1IMR)(                                                \
-      const T* pSrc1, int src1Step, const T* pSrc2, int src2Step, const Kvp8u* pMask,             \
-      int maskStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize) {                          \
-    KvpStatus st = accumulate<true, true>(pSrc1, src1Step, pSrc2, src2Step, pMask, maskStep, pSrcDst,   \
-                                    srcDstStep, roiSize, OpProduct{});                            \
-    if (CACHE && st == kvpStsOk) touchCacheSize();                                                \
-    return st;                                                                                    \
+#define KVP_ACC_PRODUCT(TS, T, CACHE)                                                                        \
+  KvpStatus KVP_BODY(kvpiAddProduct_##TS##_C1IR)(const T* pSrc1, int src1Step, const T* pSrc2, int src2Step, \
+                                                 Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize) {        \
+    return accumulate<false, true>(pSrc1, src1Step, pSrc2, src2Step, nullptr, 0, pSrcDst, srcDstStep,        \
+                                   roiSize, OpProduct{});                                                    \
+  }                                                                                                          \
+  KvpStatus KVP_BODY(kvpiAddProduct_##TS##_C1IMR)(const T* pSrc1, int src1Step, const T* pSrc2,              \
+                                                  int src2Step, const Kvp8u* pMask, int maskStep,            \
+                                                  Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize) {       \
+    KvpStatus st = accumulate<true, true>(pSrc1, src1Step, pSrc2, src2Step, pMask, maskStep, pSrcDst,        \
+                                          srcDstStep, roiSize, OpProduct{});                                 \
+    if (CACHE && st == kvpStsOk) touchCacheSize();                                                           \
+    return st;                                                                                               \
   }
 
 KVP_ACC_PRODUCT(8u32f, Kvp8u, true)
@@ -295,21 +300,19 @@ KVP_ACC_PRODUCT(8s32f, Kvp8s, false)
 KVP_ACC_PRODUCT(16u32f, Kvp16u, false)
 KVP_ACC_PRODUCT(32f, Kvp32f, true)
 
-#define KVP_ACC_WEIGHTED(TS, T, CACHE)                                                            \
-  KvpStatus KVP_BODY(kvpiAddWeighted_##TS##_C1IR)(const T* pSrc, int srcStep, Kvp32f* pSrcDst,    \
-                                                  int srcDstStep, KvpiSize roiSize,               \
-                                                  Kvp32f alpha) {                                 \
-    return accumulate<false, false>(pSrc, srcStep, (const T*)nullptr, 0, nullptr, 0, pSrcDst,            \
-                             srcDstStep, roiSize, OpWeighted{alpha});                             \
-  }                                                                                               \
-  KvpStatus KVP_BODY(kvpiAddWeighted_##TS##_C1IMR)(const T* pSrc, int srcStep,                    \
-                                                   const Kvp8u* pMask, int maskStep,              \
-                                                   Kvp32f* pSrcDst, int srcDstStep,               \
-                                                   KvpiSize roiSize, Kvp32f alpha) {              \
-    KvpStatus st = accumulate<true, false>(pSrc, srcStep, (const T*)nullptr, 0, pMask, maskStep,         \
-                                    pSrcDst, srcDstStep, roiSize, OpWeighted{alpha});             \
-    if (CACHE && st == kvpStsOk) touchCacheSize();                                                \
-    return st;                                                                                    \
+#define KVP_ACC_WEIGHTED(TS, T, CACHE)                                                                    \
+  KvpStatus KVP_BODY(kvpiAddWeighted_##TS##_C1IR)(const T* pSrc, int srcStep, Kvp32f* pSrcDst,            \
+                                                  int srcDstStep, KvpiSize roiSize, Kvp32f alpha) {       \
+    return accumulate<false, false>(pSrc, srcStep, (const T*)nullptr, 0, nullptr, 0, pSrcDst, srcDstStep, \
+                                    roiSize, OpWeighted{alpha});                                          \
+  }                                                                                                       \
+  KvpStatus KVP_BODY(kvpiAddWeighted_##TS##_C1IMR)(const T* pSrc, int srcStep, const Kvp8u* pMask,        \
+                                                   int maskStep, Kvp32f* pSrcDst, int srcDstStep,         \
+                                                   KvpiSize roiSize, Kvp32f alpha) {                      \
+    KvpStatus st = accumulate<true, false>(pSrc, srcStep, (const T*)nullptr, 0, pMask, maskStep, pSrcDst, \
+                                           srcDstStep, roiSize, OpWeighted{alpha});                       \
+    if (CACHE && st == kvpStsOk) touchCacheSize();                                                        \
+    return st;                                                                                            \
   }
 
 KVP_ACC_WEIGHTED(8u32f, Kvp8u, false)
@@ -321,7 +324,8 @@ KvpStatus KVP_BODY(kvpiAddWeighted_32f_C1R)(const Kvp32f* pSrc1, int src1Step, c
                                             int src2Step, Kvp32f* pDst, int dstStep, KvpiSize roiSize,
                                             Kvp32f alpha) {
   using namespace kvp;
-  if (KvpStatus st = checkPlanes(roiSize, {plane(pSrc1, src1Step), plane(pSrc2, src2Step), plane(pDst, dstStep)}))
+  if (KvpStatus st =
+          checkPlanes(roiSize, {plane(pSrc1, src1Step), plane(pSrc2, src2Step), plane(pDst, dstStep)}))
     return st;
   // Never threaded.
   for (int y = 0; y < roiSize.height; ++y) {
@@ -345,12 +349,12 @@ KvpStatus KVP_BODY(kvpiAbsDiff_8u_C3R)(const Kvp8u* pSrc1, int src1Step, const K
   const KvpiSize wide{(int)((unsigned)roiSize.width * 3u), roiSize.height};
   return absDiff(pSrc1, src1Step, pSrc2, src2Step, pDst, dstStep, wide);
 }
-KvpStatus KVP_BODY(kvpiAbsDiff_16u_C1R)(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2,
-                                        int src2Step, Kvp16u* pDst, int dstStep, KvpiSize roiSize) {
+KvpStatus KVP_BODY(kvpiAbsDiff_16u_C1R)(const Kvp16u* pSrc1, int src1Step, const Kvp16u* pSrc2, int src2Step,
+                                        Kvp16u* pDst, int dstStep, KvpiSize roiSize) {
   return absDiff(pSrc1, src1Step, pSrc2, src2Step, pDst, dstStep, roiSize);
 }
-KvpStatus KVP_BODY(kvpiAbsDiff_32f_C1R)(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2,
-                                        int src2Step, Kvp32f* pDst, int dstStep, KvpiSize roiSize) {
+KvpStatus KVP_BODY(kvpiAbsDiff_32f_C1R)(const Kvp32f* pSrc1, int src1Step, const Kvp32f* pSrc2, int src2Step,
+                                        Kvp32f* pDst, int dstStep, KvpiSize roiSize) {
   return absDiff(pSrc1, src1Step, pSrc2, src2Step, pDst, dstStep, roiSize);
 }
 KvpStatus KVP_BODY(kvpiAbsDiffC_8u_C1R)(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep,

@@ -130,7 +130,8 @@ void rowLanesF(float lane[4], const float* a, const float* b, const Kvp8u* m, in
     const hn::Full32<uint8_t> d8;
     auto acc = hn::LoadU(df, lane);
     auto load4 = [&](const float* p) {
-      if constexpr (C == 1) return hn::LoadU(df, p);
+      if constexpr (C == 1)
+        return hn::LoadU(df, p);
       else {
         alignas(16) const float v[4] = {p[0], p[C], p[2 * C], p[3 * C]};
         return hn::Load(df, v);
@@ -183,8 +184,7 @@ struct Acc;
 
 // Integer sums.
 template <Kind K, class S>
-  requires(K != kInf && !std::is_floating_point_v<S>)
-struct Acc<K, S> {
+requires(K != kInf && !std::is_floating_point_v<S>) struct Acc<K, S> {
   using P = u128;
   static P zero() { return 0; }
   template <int C, bool Two>
@@ -201,8 +201,7 @@ struct Acc<K, S> {
 
 // Integer maxima.
 template <class S>
-  requires(!std::is_floating_point_v<S>)
-struct Acc<kInf, S> {
+requires(!std::is_floating_point_v<S>) struct Acc<kInf, S> {
   using P = unsigned;
   static P zero() { return 0; }
   template <int C, bool Two>
@@ -210,7 +209,8 @@ struct Acc<kInf, S> {
                  int w) {
     P mx = 0;
     for (int y = y0; y < y0 + rows; ++y) {
-      const P r = rowMaxI<C, Two>(rowAt(a, aStep, y), Two ? rowAt(b, bStep, y) : nullptr, rowAt(m, mStep, y), w);
+      const P r =
+          rowMaxI<C, Two>(rowAt(a, aStep, y), Two ? rowAt(b, bStep, y) : nullptr, rowAt(m, mStep, y), w);
       mx = r > mx ? r : mx;
     }
     return mx;
@@ -222,8 +222,7 @@ struct Acc<kInf, S> {
 // Single-precision sums: four lanes per chunk, the chunk total rounded to
 // single precision, chunk totals added in single precision.
 template <Kind K>
-  requires(K != kInf)
-struct Acc<K, float> {
+requires(K != kInf) struct Acc<K, float> {
   using P = float;
   static P zero() { return 0.0f; }
   template <int C, bool Two>
@@ -231,7 +230,8 @@ struct Acc<K, float> {
                  int rows, int w) {
     float lane[4] = {0.0f, 0.0f, 0.0f, 0.0f};
     for (int y = y0; y < y0 + rows; ++y)
-      rowLanesF<K, C, Two>(lane, rowAt(a, aStep, y), Two ? rowAt(b, bStep, y) : nullptr, rowAt(m, mStep, y), w);
+      rowLanesF<K, C, Two>(lane, rowAt(a, aStep, y), Two ? rowAt(b, bStep, y) : nullptr, rowAt(m, mStep, y),
+                           w);
     // The lanes are added exactly (in double; four floats of one sign) and
     // the total rounded once to single precision.
     return (float)(((double)lane[0] + (double)lane[1]) + ((double)lane[2] + (double)lane[3]));
@@ -249,7 +249,8 @@ struct Acc<kInf, float> {
                  int rows, int w) {
     float mx = 0.0f;
     for (int y = y0; y < y0 + rows; ++y) {
-      const float r = rowMaxF<C, Two>(rowAt(a, aStep, y), Two ? rowAt(b, bStep, y) : nullptr, rowAt(m, mStep, y), w);
+      const float r =
+          rowMaxF<C, Two>(rowAt(a, aStep, y), Two ? rowAt(b, bStep, y) : nullptr, rowAt(m, mStep, y), w);
       mx = r > mx ? r : mx;
     }
     return mx;
@@ -338,35 +339,33 @@ using namespace kvp::arith;
 
 // ---- exported bodies -------------------------------------------------------------
 
-#define KVP_NORM_ONE(KIND, TS, T)                                                                         \
-  KvpStatus KVP_BODY(kvpiNorm_##KIND##_##TS##_C1MR)(const T* pSrc, int srcStep, const Kvp8u* pMask,      \
-                                                    int maskStep, KvpiSize roiSize, Kvp64f* pValue) {    \
-    return norm<kNorm, k##KIND, 1>(pSrc, srcStep, (const T*)nullptr, 0, pMask, maskStep, roiSize, 1,     \
-                                   pValue);                                                              \
-  }                                                                                                      \
-  KvpStatus KVP_BODY(kvpiNorm_##KIND##_##TS##_C3CMR)(const T* pSrc, int srcStep, const Kvp8u* pMask,     \
-                                                     int maskStep, KvpiSize roiSize, int coi,            \
-                                                     Kvp64f* pValue) {                                   \
-    return norm<kNorm, k##KIND, 3>(pSrc, srcStep, (const T*)nullptr, 0, pMask, maskStep, roiSize, coi,   \
-                                   pValue);                                                              \
+#define KVP_NORM_ONE(KIND, TS, T)                                                                      \
+  KvpStatus KVP_BODY(kvpiNorm_##KIND##_##TS##_C1MR)(const T* pSrc, int srcStep, const Kvp8u* pMask,    \
+                                                    int maskStep, KvpiSize roiSize, Kvp64f* pValue) {  \
+    return norm<kNorm, k##KIND, 1>(pSrc, srcStep, (const T*)nullptr, 0, pMask, maskStep, roiSize, 1,   \
+                                   pValue);                                                            \
+  }                                                                                                    \
+  KvpStatus KVP_BODY(kvpiNorm_##KIND##_##TS##_C3CMR)(const T* pSrc, int srcStep, const Kvp8u* pMask,   \
+                                                     int maskStep, KvpiSize roiSize, int coi,          \
+                                                     Kvp64f* pValue) {                                 \
+    return norm<kNorm, k##KIND, 3>(pSrc, srcStep, (const T*)nullptr, 0, pMask, maskStep, roiSize, coi, \
+                                   pValue);                                                            \
   }
 
-#define KVP_NORM_TWO(OPNAME, OP, KIND, TS, T)                                                             \
-  KvpStatus KVP_BODY(kvpi##OPNAME##_##KIND##_##TS##_C1MR)(const T* pSrc1, int src1Step, const T* pSrc2, \
-                                                          int src2Step, const Kvp8u* pMask,             \
-                                                          int maskStep, KvpiSize roiSize,               \
-                                                          Kvp64f* pValue) {                             \
-    return norm<OP, k##KIND, 1>(pSrc1, src1Step, pSrc2, src2Step, pMask, maskStep, roiSize, 1, pValue);  \
-  }                                                                                                      \
-  KvpStatus KVP_BODY(kvpi##OPNAME##_##KIND##_##TS##_C3CMR)(                                              \
-      const T* pSrc1, int src1Step, const T* pSrc2, int src2Step, const Kvp8u* pMask, int maskStep,      \
-      KvpiSize roiSize, int coi, Kvp64f* pValue) {                                                       \
-    return norm<OP, k##KIND, 3>(pSrc1, src1Step, pSrc2, src2Step, pMask, maskStep, roiSize, coi,        \
-                                pValue);                                                                 \
+#define KVP_NORM_TWO(OPNAME, OP, KIND, TS, T)                                                              \
+  KvpStatus KVP_BODY(kvpi##OPNAME##_##KIND##_##TS##_C1MR)(const T* pSrc1, int src1Step, const T* pSrc2,    \
+                                                          int src2Step, const Kvp8u* pMask, int maskStep,  \
+                                                          KvpiSize roiSize, Kvp64f* pValue) {              \
+    return norm<OP, k##KIND, 1>(pSrc1, src1Step, pSrc2, src2Step, pMask, maskStep, roiSize, 1, pValue);    \
+  }                                                                                                        \
+  KvpStatus KVP_BODY(kvpi##OPNAME##_##KIND##_##TS##_C3CMR)(const T* pSrc1, int src1Step, const T* pSrc2,   \
+                                                           int src2Step, const Kvp8u* pMask, int maskStep, \
+                                                           KvpiSize roiSize, int coi, Kvp64f* pValue) {    \
+    return norm<OP, k##KIND, 3>(pSrc1, src1Step, pSrc2, src2Step, pMask, maskStep, roiSize, coi, pValue);  \
   }
 
-#define KVP_NORM_ALL(KIND, TS, T)          \
-  KVP_NORM_ONE(KIND, TS, T)                \
+#define KVP_NORM_ALL(KIND, TS, T)            \
+  KVP_NORM_ONE(KIND, TS, T)                  \
   KVP_NORM_TWO(NormDiff, kDiff, KIND, TS, T) \
   KVP_NORM_TWO(NormRel, kRel, KIND, TS, T)
 

@@ -1,12 +1,13 @@
 // The core library: processor features, thread count, cache and core
 // counts, and the 64-byte aligned allocator used by the vision library.
-#include "kvpcore.h"
-
-#include <atomic>
 #include <cpuid.h>
-#include <cstdlib>
 #include <omp.h>
 #include <unistd.h>
+
+#include <atomic>
+#include <cstdlib>
+
+#include "kvpcore.h"
 
 namespace {
 
@@ -137,8 +138,7 @@ KvpStatus kvpGetMaxCacheSizeB(int* pSize) {
 
 void* kvpMalloc(int length) {
   if (length < 1) return nullptr;
-  if (gFailCountdown.load(std::memory_order_relaxed) > 0 && gFailCountdown.fetch_sub(1) == 1)
-    return nullptr;
+  if (gFailCountdown.load(std::memory_order_relaxed) > 0 && gFailCountdown.fetch_sub(1) == 1) return nullptr;
   const size_t rounded = ((size_t)length + 63) & ~(size_t)63;
   return std::aligned_alloc(64, rounded);
 }

@@ -279,8 +279,8 @@ void uprightRowQuad(const Kvp8u* const* s, const T* __restrict above, T* const* 
 // (eight pixels of at most 255), the squares in 32-bit lanes; the running
 // total is carried across vectors as a broadcast of the last lane.
 template <class TS, class TQ, bool WithSqr>
-void uprightRows(const Kvp8u* __restrict s, const TS* __restrict aS, TS* __restrict dS, const TQ* __restrict aQ,
-                 TQ* __restrict dQ, int w) {
+void uprightRows(const Kvp8u* __restrict s, const TS* __restrict aS, TS* __restrict dS,
+                 const TQ* __restrict aQ, TQ* __restrict dQ, int w) {
   const D8 d8;
   const D16 d16;
   const D32 d32;
@@ -311,8 +311,8 @@ void uprightRows(const Kvp8u* __restrict s, const TS* __restrict aS, TS* __restr
 }
 #else
 template <class TS, class TQ, bool WithSqr>
-void uprightRows(const Kvp8u* __restrict s, const TS* __restrict aS, TS* __restrict dS, const TQ* __restrict aQ,
-                 TQ* __restrict dQ, int w) {
+void uprightRows(const Kvp8u* __restrict s, const TS* __restrict aS, TS* __restrict dS,
+                 const TQ* __restrict aQ, TQ* __restrict dQ, int w) {
   uprightRowScalar<TS, false>(s, aS, dS, 0, w, 0);
   if constexpr (WithSqr) uprightRowScalar<TQ, true>(s, aQ, dQ, 0, w, 0);
 }
@@ -348,7 +348,8 @@ KvpStatus upright(const Kvp8u* src, int srcStep, TS* dst, int dstStep, TQ* sqr, 
       TS* d1 = rowAt(dst, dstStep, y + 2);
       d0[0] = val;
       d1[0] = val;
-      uprightRowPair<TS>(rowAt(src, srcStep, y), rowAt(src, srcStep, y + 1), rowAt(dst, dstStep, y), d0, d1, w);
+      uprightRowPair<TS>(rowAt(src, srcStep, y), rowAt(src, srcStep, y + 1), rowAt(dst, dstStep, y), d0, d1,
+                         w);
     }
   }
 #endif
@@ -391,8 +392,8 @@ void tiltedRow(const Kvp8u* __restrict s, const T* __restrict up1, const T* __re
 }
 
 template <class TS, class TQ, bool WithSqr>
-KvpStatus tilted(const Kvp8u* src, int srcStep, TS* dst, int dstStep, TQ* sqr, int sqrStep, KvpiSize roi, TS val,
-                 TQ valSqr) {
+KvpStatus tilted(const Kvp8u* src, int srcStep, TS* dst, int dstStep, TQ* sqr, int sqrStep, KvpiSize roi,
+                 TS val, TQ valSqr) {
   if (KvpStatus s = checkBuilder(src, srcStep, dst, dstStep, sqr, sqrStep, WithSqr, roi, 2)) return s;
   const int w = roi.width;
   fillRow(rowAt(dst, dstStep, 0), w + 2, val);
@@ -403,9 +404,11 @@ KvpStatus tilted(const Kvp8u* src, int srcStep, TS* dst, int dstStep, TQ* sqr, i
   }
   for (int y = 2; y < roi.height + 2; ++y) {
     const Kvp8u* s = rowAt(src, srcStep, y - 2);
-    tiltedRow<TS, false>(s, rowAt(dst, dstStep, y - 1), rowAt(dst, dstStep, y - 2), rowAt(dst, dstStep, y), w);
+    tiltedRow<TS, false>(s, rowAt(dst, dstStep, y - 1), rowAt(dst, dstStep, y - 2), rowAt(dst, dstStep, y),
+                         w);
     if constexpr (WithSqr)
-      tiltedRow<TQ, true>(s, rowAt(sqr, sqrStep, y - 1), rowAt(sqr, sqrStep, y - 2), rowAt(sqr, sqrStep, y), w);
+      tiltedRow<TQ, true>(s, rowAt(sqr, sqrStep, y - 1), rowAt(sqr, sqrStep, y - 2), rowAt(sqr, sqrStep, y),
+                          w);
   }
   return kvpStsOk;
 }
@@ -454,7 +457,8 @@ HWY_INLINE hn::Vec<D> clampNegative(D d, hn::Vec<D> v) {
 // Four doubles at p narrowed to floats.
 HWY_INLINE VF narrow4(const Kvp64f* p) {
   const hn::Half<DF32> dh;
-  return hn::Combine(DF32(), hn::DemoteTo(dh, hn::LoadU(DF64(), p + 2)), hn::DemoteTo(dh, hn::LoadU(DF64(), p)));
+  return hn::Combine(DF32(), hn::DemoteTo(dh, hn::LoadU(DF64(), p + 2)),
+                     hn::DemoteTo(dh, hn::LoadU(DF64(), p)));
 }
 #endif
 
@@ -465,7 +469,8 @@ struct PathFloat {
   using Out = Kvp32f;
   float n;
   PathFloat(long long cnt, int) : n((float)cnt) {}
-  Kvp32f operator()(Kvp32f a, Kvp32f b, Kvp32f c, Kvp32f d, Kvp64f qa, Kvp64f qb, Kvp64f qc, Kvp64f qd) const {
+  Kvp32f operator()(Kvp32f a, Kvp32f b, Kvp32f c, Kvp32f d, Kvp64f qa, Kvp64f qb, Kvp64f qc,
+                    Kvp64f qd) const {
     const float sum = a - b - c + d;
     const float sq = (float)qa - (float)qb - (float)qc + (float)qd;
     const float mean = sum / n;
@@ -567,7 +572,8 @@ struct PathScaled {
   // negation of INT_MIN out.
   PathScaled(long long cnt, int scaleFactor)
       : n((float)cnt), scale(std::ldexp(1.0, -std::clamp(scaleFactor, -2000, 2000))) {}
-  Kvp32s operator()(Kvp32s a, Kvp32s b, Kvp32s c, Kvp32s d, Kvp32s qa, Kvp32s qb, Kvp32s qc, Kvp32s qd) const {
+  Kvp32s operator()(Kvp32s a, Kvp32s b, Kvp32s c, Kvp32s d, Kvp32s qa, Kvp32s qb, Kvp32s qc,
+                    Kvp32s qd) const {
     const int32_t sum = (int32_t)((uint32_t)a - (uint32_t)b - (uint32_t)c + (uint32_t)d);
     const int32_t sq = (int32_t)((uint32_t)qa - (uint32_t)qb - (uint32_t)qc + (uint32_t)qd);
     const float mean = (float)sum / n;
@@ -680,14 +686,14 @@ KvpStatus KVP_BODY(kvpiTiltedSqrIntegral_8u32s_C1R)(const Kvp8u* pSrc, int srcSt
                                                     Kvp32s valSqr) {
   return tilted<Kvp32s, Kvp32s, true>(pSrc, srcStep, pDst, dstStep, pSqr, sqrStep, roiSize, val, valSqr);
 }
-KvpStatus KVP_BODY(kvpiTiltedSqrIntegral_8u32s64f_C1R)(const Kvp8u* pSrc, int srcStep, Kvp32s* pDst, int dstStep,
-                                                       Kvp64f* pSqr, int sqrStep, KvpiSize roiSize, Kvp32s val,
-                                                       Kvp64f valSqr) {
+KvpStatus KVP_BODY(kvpiTiltedSqrIntegral_8u32s64f_C1R)(const Kvp8u* pSrc, int srcStep, Kvp32s* pDst,
+                                                       int dstStep, Kvp64f* pSqr, int sqrStep,
+                                                       KvpiSize roiSize, Kvp32s val, Kvp64f valSqr) {
   return tilted<Kvp32s, Kvp64f, true>(pSrc, srcStep, pDst, dstStep, pSqr, sqrStep, roiSize, val, valSqr);
 }
-KvpStatus KVP_BODY(kvpiTiltedSqrIntegral_8u32f64f_C1R)(const Kvp8u* pSrc, int srcStep, Kvp32f* pDst, int dstStep,
-                                                       Kvp64f* pSqr, int sqrStep, KvpiSize roiSize, Kvp32f val,
-                                                       Kvp64f valSqr) {
+KvpStatus KVP_BODY(kvpiTiltedSqrIntegral_8u32f64f_C1R)(const Kvp8u* pSrc, int srcStep, Kvp32f* pDst,
+                                                       int dstStep, Kvp64f* pSqr, int sqrStep,
+                                                       KvpiSize roiSize, Kvp32f val, Kvp64f valSqr) {
   return tilted<Kvp32f, Kvp64f, true>(pSrc, srcStep, pDst, dstStep, pSqr, sqrStep, roiSize, val, valSqr);
 }
 
@@ -696,32 +702,33 @@ KvpStatus KVP_BODY(kvpiRectStdDev_32f_C1R)(const Kvp32f* pSrc, int srcStep, cons
   return stdDev<Kvp32f, Kvp64f, Kvp32f, PathFloat>(pSrc, srcStep, pSqr, sqrStep, pDst, dstStep, roiSize, rect,
                                                    false, true);
 }
-KvpStatus KVP_BODY(kvpiRectStdDev_32s32f_C1R)(const Kvp32s* pSrc, int srcStep, const Kvp64f* pSqr, int sqrStep,
-                                              Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiRect rect) {
-  return stdDev<Kvp32s, Kvp64f, Kvp32f, PathDouble<Kvp32s>>(pSrc, srcStep, pSqr, sqrStep, pDst, dstStep, roiSize, rect,
-                                                    false, false);
+KvpStatus KVP_BODY(kvpiRectStdDev_32s32f_C1R)(const Kvp32s* pSrc, int srcStep, const Kvp64f* pSqr,
+                                              int sqrStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize,
+                                              KvpiRect rect) {
+  return stdDev<Kvp32s, Kvp64f, Kvp32f, PathDouble<Kvp32s>>(pSrc, srcStep, pSqr, sqrStep, pDst, dstStep,
+                                                            roiSize, rect, false, false);
 }
-KvpStatus KVP_BODY(kvpiRectStdDev_32s_C1RSfs)(const Kvp32s* pSrc, int srcStep, const Kvp32s* pSqr, int sqrStep,
-                                              Kvp32s* pDst, int dstStep, KvpiSize roiSize, KvpiRect rect,
-                                              int scaleFactor) {
-  return stdDev<Kvp32s, Kvp32s, Kvp32s, PathScaled>(pSrc, srcStep, pSqr, sqrStep, pDst, dstStep, roiSize, rect,
-                                                    false, false, scaleFactor);
+KvpStatus KVP_BODY(kvpiRectStdDev_32s_C1RSfs)(const Kvp32s* pSrc, int srcStep, const Kvp32s* pSqr,
+                                              int sqrStep, Kvp32s* pDst, int dstStep, KvpiSize roiSize,
+                                              KvpiRect rect, int scaleFactor) {
+  return stdDev<Kvp32s, Kvp32s, Kvp32s, PathScaled>(pSrc, srcStep, pSqr, sqrStep, pDst, dstStep, roiSize,
+                                                    rect, false, false, scaleFactor);
 }
 KvpStatus KVP_BODY(kvpiTiltedRectStdDev_32f_C1R)(const Kvp32f* pSrc, int srcStep, const Kvp64f* pSqr,
                                                  int sqrStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize,
                                                  KvpiRect rect) {
-  return stdDev<Kvp32f, Kvp64f, Kvp32f, PathDouble<Kvp32f>>(pSrc, srcStep, pSqr, sqrStep, pDst, dstStep, roiSize, rect,
-                                                    true, false);
+  return stdDev<Kvp32f, Kvp64f, Kvp32f, PathDouble<Kvp32f>>(pSrc, srcStep, pSqr, sqrStep, pDst, dstStep,
+                                                            roiSize, rect, true, false);
 }
 KvpStatus KVP_BODY(kvpiTiltedRectStdDev_32s32f_C1R)(const Kvp32s* pSrc, int srcStep, const Kvp64f* pSqr,
                                                     int sqrStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize,
                                                     KvpiRect rect) {
-  return stdDev<Kvp32s, Kvp64f, Kvp32f, PathDouble<Kvp32s>>(pSrc, srcStep, pSqr, sqrStep, pDst, dstStep, roiSize, rect,
-                                                    true, false);
+  return stdDev<Kvp32s, Kvp64f, Kvp32f, PathDouble<Kvp32s>>(pSrc, srcStep, pSqr, sqrStep, pDst, dstStep,
+                                                            roiSize, rect, true, false);
 }
 KvpStatus KVP_BODY(kvpiTiltedRectStdDev_32s_C1RSfs)(const Kvp32s* pSrc, int srcStep, const Kvp32s* pSqr,
                                                     int sqrStep, Kvp32s* pDst, int dstStep, KvpiSize roiSize,
                                                     KvpiRect rect, int scaleFactor) {
-  return stdDev<Kvp32s, Kvp32s, Kvp32s, PathScaled>(pSrc, srcStep, pSqr, sqrStep, pDst, dstStep, roiSize, rect,
-                                                    true, false, scaleFactor);
+  return stdDev<Kvp32s, Kvp32s, Kvp32s, PathScaled>(pSrc, srcStep, pSqr, sqrStep, pDst, dstStep, roiSize,
+                                                    rect, true, false, scaleFactor);
 }

@@ -265,13 +265,16 @@ struct ScanInt {
     const D d;
     auto shifted = [&](auto lanesC) {
       constexpr int n = decltype(lanesC)::value;
-      if constexpr (Forward) return hn::ShiftLeftLanes<n>(d, v);
-      else return hn::ShiftRightLanes<n>(d, v);
+      if constexpr (Forward)
+        return hn::ShiftLeftLanes<n>(d, v);
+      else
+        return hn::ShiftRightLanes<n>(d, v);
     };
     v = maxU(v, hn::SaturatedSub(shifted(std::integral_constant<int, 1>{}), step[0]));
     v = maxU(v, hn::SaturatedSub(shifted(std::integral_constant<int, 2>{}), step[1]));
     v = maxU(v, hn::SaturatedSub(shifted(std::integral_constant<int, 4>{}), step[2]));
-    if constexpr (kLanes == 16) v = maxU(v, hn::SaturatedSub(shifted(std::integral_constant<int, 8>{}), step[3]));
+    if constexpr (kLanes == 16)
+      v = maxU(v, hn::SaturatedSub(shifted(std::integral_constant<int, 8>{}), step[3]));
     return maxU(v, hn::SaturatedSub(carry, Forward ? rampUp : rampDown));
   }
   // The group's last (forward) or first lane in every lane.
@@ -280,8 +283,10 @@ struct ScanInt {
     const D d;
     const hn::Full128<uint8_t> d8;
     const auto idx = Forward ? lastLane : hn::Zero(d8);
-    if constexpr (sizeof(T) == 1) return hn::TableLookupBytes(v, idx);
-    else return hn::BitCast(d, hn::TableLookupBytes(hn::BitCast(d8, v), Forward ? idx : firstLane16()));
+    if constexpr (sizeof(T) == 1)
+      return hn::TableLookupBytes(v, idx);
+    else
+      return hn::BitCast(d, hn::TableLookupBytes(hn::BitCast(d8, v), Forward ? idx : firstLane16()));
   }
   static HWY_INLINE hn::Vec<hn::Full128<uint8_t>> firstLane16() {
     alignas(16) static constexpr uint8_t k[16] = {0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1};
@@ -368,8 +373,10 @@ void passFloat(float* dst, int dstStep, int w, int h, Costs<float> c) {
   const int blocks = (w + kBlock - 1) / kBlock;
   // Columns of block b in scan order; the scan starts at x0 and moves by dir.
   auto block = [&](int b, int& from, int& to) {
-    if (Forward) from = b * kBlock, to = std::min(w, from + kBlock);
-    else to = w - b * kBlock, from = std::max(0, to - kBlock);
+    if (Forward)
+      from = b * kBlock, to = std::min(w, from + kBlock);
+    else
+      to = w - b * kBlock, from = std::max(0, to - kBlock);
   };
   const int dir = Forward ? 1 : -1;
   const float a = c.a;
@@ -444,10 +451,12 @@ void chamfer(const Kvp8u* src, int srcStep, T* dst, int dstStep, int w, int h, C
 // Checks and the run. A destination step that is not a whole number of
 // elements is served through a packed scratch image.
 template <class T, bool Five, class M>
-KvpStatus distanceTransform(const Kvp8u* src, int srcStep, T* dst, int dstStep, KvpiSize roi, const M* metrics) {
+KvpStatus distanceTransform(const Kvp8u* src, int srcStep, T* dst, int dstStep, KvpiSize roi,
+                            const M* metrics) {
   if (!src || !dst || !metrics) return kvpStsNullPtr;
   if (roi.width < 1 || roi.height < 1) return kvpStsBadSize;
-  if (srcStep < roi.width || (long long)dstStep < (long long)roi.width * (long long)sizeof(T)) return kvpStsBadStep;
+  if (srcStep < roi.width || (long long)dstStep < (long long)roi.width * (long long)sizeof(T))
+    return kvpStsBadStep;
   Costs<T> c{};
   if constexpr (std::is_same_v<M, int>) {
     if (metrics[0] < 1 || metrics[1] < 1) return kvpStsBadMetric;
@@ -512,22 +521,22 @@ KvpStatus KVP_BODY(kvpiGetDistanceTransformMask)(int maskType, Kvp32f* pMetrics)
   return KVP_BODY(kvpiGetDistanceTransformMask_32f)(maskType / 10, norm, pMetrics);
 }
 
-#define KVP_CHAMFER(MASK, FIVE)                                                                                    \
-  KvpStatus KVP_BODY(kvpiDistanceTransform_##MASK##_8u_C1R)(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst,           \
-                                                            int dstStep, KvpiSize roiSize, Kvp32s* pMetrics) {     \
-    return distanceTransform<Kvp8u, FIVE>(pSrc, srcStep, pDst, dstStep, roiSize, pMetrics);                      \
-  }                                                                                                                \
-  KvpStatus KVP_BODY(kvpiDistanceTransform_##MASK##_8u_C1IR)(Kvp8u* pSrcDst, int srcDstStep, KvpiSize roiSize,     \
-                                                             Kvp32s* pMetrics) {                                   \
-    return distanceTransform<Kvp8u, FIVE>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, roiSize, pMetrics);          \
-  }                                                                                                                \
-  KvpStatus KVP_BODY(kvpiDistanceTransform_##MASK##_8u16u_C1R)(const Kvp8u* pSrc, int srcStep, Kvp16u* pDst,       \
-                                                               int dstStep, KvpiSize roiSize, Kvp32s* pMetrics) {  \
-    return distanceTransform<Kvp16u, FIVE>(pSrc, srcStep, pDst, dstStep, roiSize, pMetrics);                     \
-  }                                                                                                                \
-  KvpStatus KVP_BODY(kvpiDistanceTransform_##MASK##_8u32f_C1R)(const Kvp8u* pSrc, int srcStep, Kvp32f* pDst,       \
-                                                               int dstStep, KvpiSize roiSize, Kvp32f* pMetrics) {  \
-    return distanceTransform<Kvp32f, FIVE>(pSrc, srcStep, pDst, dstStep, roiSize, pMetrics);                     \
+#define KVP_CHAMFER(MASK, FIVE)                                                                         \
+  KvpStatus KVP_BODY(kvpiDistanceTransform_##MASK##_8u_C1R)(                                            \
+      const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, Kvp32s* pMetrics) {   \
+    return distanceTransform<Kvp8u, FIVE>(pSrc, srcStep, pDst, dstStep, roiSize, pMetrics);             \
+  }                                                                                                     \
+  KvpStatus KVP_BODY(kvpiDistanceTransform_##MASK##_8u_C1IR)(Kvp8u * pSrcDst, int srcDstStep,           \
+                                                             KvpiSize roiSize, Kvp32s* pMetrics) {      \
+    return distanceTransform<Kvp8u, FIVE>(pSrcDst, srcDstStep, pSrcDst, srcDstStep, roiSize, pMetrics); \
+  }                                                                                                     \
+  KvpStatus KVP_BODY(kvpiDistanceTransform_##MASK##_8u16u_C1R)(                                         \
+      const Kvp8u* pSrc, int srcStep, Kvp16u* pDst, int dstStep, KvpiSize roiSize, Kvp32s* pMetrics) {  \
+    return distanceTransform<Kvp16u, FIVE>(pSrc, srcStep, pDst, dstStep, roiSize, pMetrics);            \
+  }                                                                                                     \
+  KvpStatus KVP_BODY(kvpiDistanceTransform_##MASK##_8u32f_C1R)(                                         \
+      const Kvp8u* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, Kvp32f* pMetrics) {  \
+    return distanceTransform<Kvp32f, FIVE>(pSrc, srcStep, pDst, dstStep, roiSize, pMetrics);            \
   }
 
 KVP_CHAMFER(3x3, false)

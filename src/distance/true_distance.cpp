@@ -114,9 +114,10 @@ KvpStatus KVP_BODY(kvpiTrueDistanceTransformGetBufferSize_8u32f_C1R)(KvpiSize ro
   return kvpStsOk;
 }
 
-KvpStatus KVP_BODY(kvpiTrueDistanceTransform_8u32f_C1R)(const Kvp8u* pSrc, int srcStep, Kvp32f* pDst, int dstStep,
-                                                       KvpiSize roiSize, Kvp8u* pBuffer) {
-  if (KvpStatus s = kvp::checkPlanes(roiSize, {kvp::plane(pSrc, srcStep), kvp::plane(pDst, dstStep)}, {pBuffer}))
+KvpStatus KVP_BODY(kvpiTrueDistanceTransform_8u32f_C1R)(const Kvp8u* pSrc, int srcStep, Kvp32f* pDst,
+                                                        int dstStep, KvpiSize roiSize, Kvp8u* pBuffer) {
+  if (KvpStatus s =
+          kvp::checkPlanes(roiSize, {kvp::plane(pSrc, srcStep), kvp::plane(pDst, dstStep)}, {pBuffer}))
     return s;
   const int w = roiSize.width, h = roiSize.height;
   const bool threaded = (long long)w * h >= kThreadArea;

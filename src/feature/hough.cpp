@@ -226,12 +226,14 @@ int search(const Kvp8u* lists, size_t slot, KvpiSize roi, const Geometry& g, con
 }
 
 KvpStatus checkSearch(const Kvp8u* pSrc, int srcStep, KvpiSize roi, KvpPointPolar delta, int threshold,
-                      const KvpPointPolar* pLine, int maxLineCount, const int* pLineCount, const Kvp8u* pBuffer) {
+                      const KvpPointPolar* pLine, int maxLineCount, const int* pLineCount,
+                      const Kvp8u* pBuffer) {
   if (!pSrc || !pLine || !pLineCount || !pBuffer) return kvpStsNullPtr;
   if (srcStep < 1) return kvpStsBadStep;
   if (roi.width < 1 || roi.height < 1 || maxLineCount < 1) return kvpStsBadSize;
   const float span = (float)((long long)roi.width + roi.height);
-  if (!(delta.rho > 0.f) || delta.rho > span || !(delta.theta > 0.f) || delta.theta > kPiBound || threshold < 1)
+  if (!(delta.rho > 0.f) || delta.rho > span || !(delta.theta > 0.f) || delta.theta > kPiBound ||
+      threshold < 1)
     return kvpStsBadArg;
   return kvpStsOk;
 }
@@ -306,19 +308,21 @@ KvpStatus KVP_BODY(kvpiHoughLineGetSize_8u_C1R)(KvpiSize roiSize, KvpPointPolar 
   const Geometry g = geometry(roiSize, delta);
   // Sizes near 2^31 take the first product past 2^63, so the sum is formed
   // in 128 bits; its low 32 bits are what a 64-bit sum would store.
-  const __int128 size = (__int128)roiSize.height * (4 * (__int128)roiSize.width + 64) + 16 * (__int128)maxLineCount +
-                        8 * (__int128)g.numAngle + 16 * (__int128)g.numRho + 288;
+  const __int128 size = (__int128)roiSize.height * (4 * (__int128)roiSize.width + 64) +
+                        16 * (__int128)maxLineCount + 8 * (__int128)g.numAngle + 16 * (__int128)g.numRho +
+                        288;
   *pBufSize = (int)(uint32_t)(unsigned __int128)size;
   return size > 2147483647 ? kvpStsSizeOverflow : kvpStsOk;
 }
 
-KvpStatus KVP_BODY(kvpiHoughLine_8u32f_C1R)(const Kvp8u* pSrc, int srcStep, KvpiSize roiSize, KvpPointPolar delta,
-                                            int threshold, KvpPointPolar* pLine, int maxLineCount, int* pLineCount,
-                                            Kvp8u* pBuffer) {
-  if (KvpStatus s = checkSearch(pSrc, srcStep, roiSize, delta, threshold, pLine, maxLineCount, pLineCount, pBuffer))
+KvpStatus KVP_BODY(kvpiHoughLine_8u32f_C1R)(const Kvp8u* pSrc, int srcStep, KvpiSize roiSize,
+                                            KvpPointPolar delta, int threshold, KvpPointPolar* pLine,
+                                            int maxLineCount, int* pLineCount, Kvp8u* pBuffer) {
+  if (KvpStatus s =
+          checkSearch(pSrc, srcStep, roiSize, delta, threshold, pLine, maxLineCount, pLineCount, pBuffer))
     return s;
-  return houghLines(pSrc, srcStep, roiSize, delta, threshold, pLine, maxLineCount, pLineCount, pBuffer, false, 0,
-                    -1);
+  return houghLines(pSrc, srcStep, roiSize, delta, threshold, pLine, maxLineCount, pLineCount, pBuffer, false,
+                    0, -1);
 }
 
 // The rho window [dstRoi[0].rho, dstRoi[1].rho] becomes the rho indices whose
@@ -331,7 +335,8 @@ KvpStatus KVP_BODY(kvpiHoughLine_Region_8u32f_C1R)(const Kvp8u* pSrc, int srcSte
                                                    int maxLineCount, int* pLineCount, Kvp8u* pBuffer,
                                                    const KvpPointPolar dstRoi[2]) {
   if (!dstRoi) return kvpStsNullPtr;
-  if (KvpStatus s = checkSearch(pSrc, srcStep, roiSize, delta, threshold, pLine, maxLineCount, pLineCount, pBuffer))
+  if (KvpStatus s =
+          checkSearch(pSrc, srcStep, roiSize, delta, threshold, pLine, maxLineCount, pLineCount, pBuffer))
     return s;
   const float rLo = dstRoi[0].rho, rHi = dstRoi[1].rho;
   if (std::isnan(rLo) || std::isnan(rHi) || rLo > rHi) return kvpStsBadRange;
@@ -342,8 +347,8 @@ KvpStatus KVP_BODY(kvpiHoughLine_Region_8u32f_C1R)(const Kvp8u* pSrc, int srcSte
   // An empty window still runs the search (and finds nothing).
   const int winLo = lo > hi ? 1 : (int)lo;
   const int winHi = lo > hi ? 0 : (int)hi;
-  return houghLines(pSrc, srcStep, roiSize, delta, threshold, pLine, maxLineCount, pLineCount, pBuffer, true, winLo,
-                    winHi);
+  return houghLines(pSrc, srcStep, roiSize, delta, threshold, pLine, maxLineCount, pLineCount, pBuffer, true,
+                    winLo, winHi);
 }
 
 }  // extern "C"

@@ -20,14 +20,14 @@ KvpStatus column32f(const Kvp32f** rows, Kvp32f* dst, int dstStep, KvpiSize roi,
 extern "C" {
 
 KvpStatus KVP_BODY(kvpiFilterColumnPipeline_32f_C1R)(const Kvp32f** ppSrc, Kvp32f* pDst, int dstStep,
-                                                      KvpiSize dstRoiSize, const Kvp32f* pKernel, int kernelSize,
-                                                      Kvp8u* pBuffer) {
+                                                     KvpiSize dstRoiSize, const Kvp32f* pKernel,
+                                                     int kernelSize, Kvp8u* pBuffer) {
   return column32f(ppSrc, pDst, dstStep, dstRoiSize, pKernel, kernelSize, pBuffer, 1);
 }
 
 KvpStatus KVP_BODY(kvpiFilterColumnPipeline_32f_C3R)(const Kvp32f** ppSrc, Kvp32f* pDst, int dstStep,
-                                                      KvpiSize dstRoiSize, const Kvp32f* pKernel, int kernelSize,
-                                                      Kvp8u* pBuffer) {
+                                                     KvpiSize dstRoiSize, const Kvp32f* pKernel,
+                                                     int kernelSize, Kvp8u* pBuffer) {
   return column32f(ppSrc, pDst, dstStep, dstRoiSize, pKernel, kernelSize, pBuffer, 3);
 }
 

@@ -29,10 +29,20 @@ namespace kvp::filt {
 enum : int { kBorderConst = 0, kBorderRepl = 1, kBorderWrap = 2, kBorderMirr = 3, kBorderMirrR = 4 };
 enum : int { kBorderInMemLeft = 64, kBorderInMemRight = 128 };
 
-template <class T> struct Limits;
-template <> struct Limits<Kvp8u> { static constexpr float lo = 0.f, hi = 255.f; };
-template <> struct Limits<Kvp8s> { static constexpr float lo = -128.f, hi = 127.f; };
-template <> struct Limits<Kvp16s> { static constexpr float lo = -32768.f, hi = 32767.f; };
+template <class T>
+struct Limits;
+template <>
+struct Limits<Kvp8u> {
+  static constexpr float lo = 0.f, hi = 255.f;
+};
+template <>
+struct Limits<Kvp8s> {
+  static constexpr float lo = -128.f, hi = 127.f;
+};
+template <>
+struct Limits<Kvp16s> {
+  static constexpr float lo = -32768.f, hi = 32767.f;
+};
 
 // Clamp to the destination range, then round half to even: adding and
 // removing 1.5 * 2^23 leaves the nearest integer (ties to even) for the
@@ -220,14 +230,18 @@ HWY_INLINE V roundShift(D d, V a, int shift, V halfLess1) {
 
 template <class D16, class S>
 HWY_INLINE hn::Vec<D16> load16(D16 d16, const S* p) {
-  if constexpr (sizeof(S) == 1) return hn::PromoteTo(d16, hn::LoadU(hn::Rebind<uint8_t, D16>(), p));
-  else return hn::LoadU(d16, p);
+  if constexpr (sizeof(S) == 1)
+    return hn::PromoteTo(d16, hn::LoadU(hn::Rebind<uint8_t, D16>(), p));
+  else
+    return hn::LoadU(d16, p);
 }
 
 template <class D16, class D>
 HWY_INLINE void store16(D16 d16, hn::Vec<D16> v, D* out) {
-  if constexpr (sizeof(D) == 2) hn::StoreU(v, d16, out);
-  else hn::StoreU(hn::DemoteTo(hn::Rebind<D, D16>(), v), hn::Rebind<D, D16>(), out);
+  if constexpr (sizeof(D) == 2)
+    hn::StoreU(v, d16, out);
+  else
+    hn::StoreU(hn::DemoteTo(hn::Rebind<D, D16>(), v), hn::Rebind<D, D16>(), out);
 }
 
 // Two taps side by side in each 32-bit lane.
@@ -274,14 +288,15 @@ HWY_INLINE int spanScaled(const OpScaled<S, D>& op, PtrOf ptrOf, int k, D* dst, 
   const hn::Rebind<float, decltype(d32)> df;
   const int lanes = (int)hn::Lanes(d16);
   const int kk = K > 0 ? K : k;
-  const auto recip = hn::Set(df, op.recip), fmin = hn::Set(df, Limits<D>::lo), fmax = hn::Set(df, Limits<D>::hi);
+  const auto recip = hn::Set(df, op.recip), fmin = hn::Set(df, Limits<D>::lo),
+             fmax = hn::Set(df, Limits<D>::hi);
   int e = 0;
   for (; e + lanes <= n; e += lanes) {
     hn::Vec<decltype(d32)> lo, hi;
     sum32<K>(d16, ptrOf, kk, op.taps, e, lo, hi);
     store16(d16,
-            clampRoundPack(d16, hn::Mul(hn::ConvertTo(df, lo), recip), hn::Mul(hn::ConvertTo(df, hi), recip), fmin,
-                           fmax),
+            clampRoundPack(d16, hn::Mul(hn::ConvertTo(df, lo), recip), hn::Mul(hn::ConvertTo(df, hi), recip),
+                           fmin, fmax),
             dst + e);
   }
   return e;
@@ -336,7 +351,8 @@ HWY_INLINE int spanLow(const Op& op, PtrOf ptrOf, int k, Kvp16s* dst, int n) {
   int e = 0;
   for (; e + lanes <= n; e += lanes) {
     auto a = hn::Mul(hn::Set(d16, op.taps[0]), hn::LoadU(d16, ptrOf(0) + e));
-    for (int j = 1; j < kk; ++j) a = hn::Add(a, hn::Mul(hn::Set(d16, op.taps[j]), hn::LoadU(d16, ptrOf(j) + e)));
+    for (int j = 1; j < kk; ++j)
+      a = hn::Add(a, hn::Mul(hn::Set(d16, op.taps[j]), hn::LoadU(d16, ptrOf(j) + e)));
     if constexpr (kScaled) {
       auto unused = hn::Zero(d32);
       const auto lo = hn::ReorderWidenMulAccumulate(d32, hn::InterleaveLower(d16, a, hn::Zero(d16)), qz,
@@ -362,7 +378,8 @@ HWY_INLINE int spanShift(const OpShift<S, D, A>& op, PtrOf ptrOf, int k, D* dst,
     const auto half = hn::Set(d16, (A)(op.half - 1));
     for (; e + lanes <= n; e += lanes) {
       auto a = hn::Mul(hn::Set(d16, op.taps[0]), load16(d16, ptrOf(0) + e));
-      for (int j = 1; j < kk; ++j) a = hn::Add(a, hn::Mul(hn::Set(d16, op.taps[j]), load16(d16, ptrOf(j) + e)));
+      for (int j = 1; j < kk; ++j)
+        a = hn::Add(a, hn::Mul(hn::Set(d16, op.taps[j]), load16(d16, ptrOf(j) + e)));
       if constexpr (Round) a = roundShift(d16, a, op.shift, half);
       store16(d16, a, dst + e);
     }
@@ -387,7 +404,8 @@ HWY_INLINE int spanShift(const OpShift<S, D, A>& op, PtrOf ptrOf, int k, D* dst,
 // OpShift spans: vectors, then the remaining elements one by one.
 template <int K, class S, class D, class A, class PtrOf>
 inline void spanShift(const OpShift<S, D, A>& op, PtrOf ptrOf, int k, D* dst, int n) {
-  int e = op.shift ? vx::spanShift<K, true>(op, ptrOf, k, dst, n) : vx::spanShift<K, false>(op, ptrOf, k, dst, n);
+  int e =
+      op.shift ? vx::spanShift<K, true>(op, ptrOf, k, dst, n) : vx::spanShift<K, false>(op, ptrOf, k, dst, n);
   const int kk = K > 0 ? K : k;
   for (; e < n; ++e) {
     A a = op.first(op.tap(0), ptrOf(0)[e]);
@@ -476,7 +494,6 @@ inline void spanFixed(const OpFloatTap<D>& op, PtrOf ptrOf, D* dst, int n) {
 }
 #endif
 
-
 // Any tap count: blocks of elements, the taps added one after another into
 // a block of accumulators.
 template <class Op, class PtrOf>
@@ -506,8 +523,10 @@ inline void spanGeneral(const Op& op, PtrOf ptrOf, int k, typename Op::Dst* dst,
 // K = 0 selects the general span.
 template <int K, class Op, class PtrOf>
 inline void span(const Op& op, PtrOf ptrOf, int k, typename Op::Dst* dst, int n) {
-  if constexpr (K > 0) spanFixed<K>(op, ptrOf, dst, n);
-  else spanGeneral(op, ptrOf, k, dst, n);
+  if constexpr (K > 0)
+    spanFixed<K>(op, ptrOf, dst, n);
+  else
+    spanGeneral(op, ptrOf, k, dst, n);
 }
 
 // ---- borders ------------------------------------------------------------
@@ -545,7 +564,8 @@ inline int borderIndex(int p, int w, int base) {
 // interleaved). type: base code in the low four bits, flags 64 / 128 read
 // the pixels left / right of the row from memory.
 template <class T>
-inline void extendRow(const T* src, int w, int ch, int type, const T* borderValue, int p0, int count, T* out) {
+inline void extendRow(const T* src, int w, int ch, int type, const T* borderValue, int p0, int count,
+                      T* out) {
   const int base = type & 15;
   for (int i = 0; i < count; ++i) {
     const int p = p0 + i;
@@ -594,15 +614,18 @@ inline void filterRow(const Op& op, const typename Op::Src* src, int w, int ch, 
   const int nLeft = anchor < w ? anchor : w;
   if (nLeft > 0) {
     const S* s = work;
-    span<K>(op, [&](int j) { return s + (ptrdiff_t)j * ch; }, k, dst, nLeft * ch);
+    span<K>(
+        op, [&](int j) { return s + (ptrdiff_t)j * ch; }, k, dst, nLeft * ch);
   }
   if (xr > nLeft) {
     const S* s = src + (ptrdiff_t)(nLeft - anchor) * ch;
-    span<K>(op, [&](int j) { return s + (ptrdiff_t)j * ch; }, k, dst + (ptrdiff_t)nLeft * ch, (xr - nLeft) * ch);
+    span<K>(
+        op, [&](int j) { return s + (ptrdiff_t)j * ch; }, k, dst + (ptrdiff_t)nLeft * ch, (xr - nLeft) * ch);
   }
   if (xr < w) {
     const S* s = work + off;
-    span<K>(op, [&](int j) { return s + (ptrdiff_t)j * ch; }, k, dst + (ptrdiff_t)xr * ch, (w - xr) * ch);
+    span<K>(
+        op, [&](int j) { return s + (ptrdiff_t)j * ch; }, k, dst + (ptrdiff_t)xr * ch, (w - xr) * ch);
   }
 }
 

@@ -11,8 +11,9 @@ namespace kvp::filt {
 // Column pass checks: pointers, sizes, step, step multiple, buffer,
 // divisor, then the row pointers the pass will read.
 template <class S>
-inline KvpStatus checkColumn(const S* const* rows, const void* dst, int dstStep, KvpiSize roi, const void* kernel,
-                             int k, int rowBytes, int elemSize, const void* buffer, bool hasDivisor, int divisor) {
+inline KvpStatus checkColumn(const S* const* rows, const void* dst, int dstStep, KvpiSize roi,
+                             const void* kernel, int k, int rowBytes, int elemSize, const void* buffer,
+                             bool hasDivisor, int divisor) {
   if (!rows || !dst || !kernel) return kvpStsNullPtr;
   if (roi.width < 1 || roi.height < 1 || k < 1) return kvpStsBadSize;
   if ((long long)dstStep < (long long)roi.width * rowBytes) return kvpStsBadStep;
@@ -59,16 +60,20 @@ inline void columnRows(const Op& op, const typename Op::Src* const* rows, typena
                        int elems, int k, int y0, int count) {
   for (int y = y0; y < y0 + count; ++y) {
     const typename Op::Src* const* r = rows + y;
-    span<K>(op, [&](int j) { return r[j]; }, k, rowAt(dst, dstStep, y), elems);
+    span<K>(
+        op, [&](int j) { return r[j]; }, k, rowAt(dst, dstStep, y), elems);
   }
 }
 
 template <class Op>
-inline void columnDispatch(const Op& op, const typename Op::Src* const* rows, typename Op::Dst* dst, int dstStep,
-                           int elems, int k, int y0, int count) {
-  if (k == 3) columnRows<3>(op, rows, dst, dstStep, elems, k, y0, count);
-  else if (k == 5) columnRows<5>(op, rows, dst, dstStep, elems, k, y0, count);
-  else columnRows<0>(op, rows, dst, dstStep, elems, k, y0, count);
+inline void columnDispatch(const Op& op, const typename Op::Src* const* rows, typename Op::Dst* dst,
+                           int dstStep, int elems, int k, int y0, int count) {
+  if (k == 3)
+    columnRows<3>(op, rows, dst, dstStep, elems, k, y0, count);
+  else if (k == 5)
+    columnRows<5>(op, rows, dst, dstStep, elems, k, y0, count);
+  else
+    columnRows<0>(op, rows, dst, dstStep, elems, k, y0, count);
 }
 
 }  // namespace kvp::filt

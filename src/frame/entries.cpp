@@ -33,6 +33,7 @@ kvp_index_local:
     .text
 )");
 
+// clang-format off
 #define KVP_ENTRY(name, body0, body1)                                   \
   asm("    .data\n"                                                     \
       "    .balign 8\n"                                                 \
@@ -51,6 +52,7 @@ kvp_index_local:
       "    jmp *(%r11,%rax,8)\n"                                        \
       "    .size " #name ", .-" #name "\n");
 
+// clang-format on
 #define KVP_FN(name) KVP_ENTRY(name, u8_##name, u8_##name)
 #define KVP_FN2(name) KVP_ENTRY(name, u8_##name, n8_##name)
 #include "frame/exports.inc"

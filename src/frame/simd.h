@@ -34,7 +34,8 @@ HWY_INLINE hn::Vec<DF> bytesToFloat(hn::Vec<D8> bytes, bool isSigned) {
       0x80, 0x80, 0x80, 4 * Group + 0, 0x80, 0x80, 0x80, 4 * Group + 1,
       0x80, 0x80, 0x80, 4 * Group + 2, 0x80, 0x80, 0x80, 4 * Group + 3};
   if (isSigned)
-    return hn::ConvertTo(DF(), hn::ShiftRight<24>(hn::BitCast(di, hn::TableLookupBytesOr0(bytes, hn::Load(d8, kHigh)))));
+    return hn::ConvertTo(
+        DF(), hn::ShiftRight<24>(hn::BitCast(di, hn::TableLookupBytesOr0(bytes, hn::Load(d8, kHigh)))));
   return hn::ConvertTo(DF(), hn::BitCast(di, hn::TableLookupBytesOr0(bytes, hn::Load(d8, kZero))));
 }
 
@@ -52,7 +53,6 @@ HWY_INLINE hn::Mask<DF> maskGroup(hn::Vec<D8> nonZero) {
 #else
 constexpr bool kByteShuffleRows = false;
 #endif
-
 
 }  // namespace kvp
 #endif  // KVP_HAVE_HWY

@@ -54,7 +54,8 @@ void updateRow(const S* sil, float* mhi, int w, float ts, float limit) {
     const hn::Repartition<int16_t, DF> d16;
     const hn::Repartition<uint16_t, DF> du16;
     for (; x + 2 * n <= w; x += 2 * n) {
-      const auto still = hn::VecFromMask(d16, hn::Eq(hn::BitCast(d16, hn::LoadU(du16, sil + x)), hn::Zero(d16)));
+      const auto still =
+          hn::VecFromMask(d16, hn::Eq(hn::BitCast(d16, hn::LoadU(du16, sil + x)), hn::Zero(d16)));
 #if HWY_TARGET == HWY_SSSE3 || HWY_TARGET == HWY_SSE4
       // 128-bit vectors: pairing each lane with itself is the widening.
       const auto lo = hn::BitCast(di, hn::InterleaveLower(d16, still, still));
@@ -87,7 +88,8 @@ KvpStatus update(const S* sil, int silStep, float* mhi, int mhiStep, KvpiSize ro
   if (KvpStatus st = checkPlanes(roi, {plane(sil, silStep), plane(mhi, mhiStep)})) return st;
   if (duration < 0.f) return kvpStsOutOfRange;
   const float limit = ts - duration;
-  for (int y = 0; y < roi.height; ++y) updateRow(rowAt(sil, silStep, y), rowAt(mhi, mhiStep, y), roi.width, ts, limit);
+  for (int y = 0; y < roi.height; ++y)
+    updateRow(rowAt(sil, silStep, y), rowAt(mhi, mhiStep, y), roi.width, ts, limit);
   return kvpStsOk;
 }
 

@@ -40,10 +40,14 @@ constexpr bool kIsFloat = std::is_floating_point_v<T>;
 
 // Bytes of one intermediate row of the down pass: width * 4 * channels,
 // rounded up to 16.
-inline long long downRowBytes(int width, int channels) { return ((long long)width * 4 * channels + 15) & ~15LL; }
+inline long long downRowBytes(int width, int channels) {
+  return ((long long)width * 4 * channels + 15) & ~15LL;
+}
 // Bytes of one intermediate row of the up pass: width * 8 * channels,
 // rounded up to 16.
-inline long long upRowBytes(int width, int channels) { return ((long long)width * 8 * channels + 15) & ~15LL; }
+inline long long upRowBytes(int width, int channels) {
+  return ((long long)width * 8 * channels + 15) & ~15LL;
+}
 
 // Source index i of an axis of n >= 3 samples, mirrored without repeating
 // the edge sample; valid for -2 <= i <= n + 1.
@@ -70,15 +74,18 @@ int downRowInterior3x8(const T* s, Acc<T>* out, int x0, int x1, int w) {
   // Sample bytes of the two pixels (0, 1, 2 and 6, 7, 8 from the load) in the
   // low byte of a lane (unsigned) or the high byte, to be shifted down with
   // its sign.
-  alignas(16) static constexpr uint8_t kLow[16] = {0, 0x80, 1, 0x80, 2, 0x80, 6, 0x80,
+  alignas(16) static constexpr uint8_t kLow[16] = {0, 0x80, 1, 0x80, 2,    0x80, 6,    0x80,
                                                    7, 0x80, 8, 0x80, 0x80, 0x80, 0x80, 0x80};
-  alignas(16) static constexpr uint8_t kHigh[16] = {0x80, 0, 0x80, 1, 0x80, 2, 0x80, 6,
+  alignas(16) static constexpr uint8_t kHigh[16] = {0x80, 0, 0x80, 1, 0x80, 2,    0x80, 6,
                                                     0x80, 7, 0x80, 8, 0x80, 0x80, 0x80, 0x80};
   const auto idx = hn::Load(d8, std::is_signed_v<T> ? kHigh : kLow);
   auto tap = [&](const T* p) {
-    const auto v = hn::BitCast(d16, hn::TableLookupBytesOr0(hn::LoadU(d8, reinterpret_cast<const uint8_t*>(p)), idx));
-    if constexpr (std::is_signed_v<T>) return hn::ShiftRight<8>(v);
-    else return v;
+    const auto v =
+        hn::BitCast(d16, hn::TableLookupBytesOr0(hn::LoadU(d8, reinterpret_cast<const uint8_t*>(p)), idx));
+    if constexpr (std::is_signed_v<T>)
+      return hn::ShiftRight<8>(v);
+    else
+      return v;
   };
   int x = x0;
   // Step x reads bytes 6x - 6 .. 6x + 21 of the row.
@@ -342,13 +349,12 @@ KvpStatus pyrUp(const T* src, int srcStep, T* dst, int dstStep, KvpiSize roi, Kv
 }  // namespace kvp::pyr
 
 // The exported bodies of one element type and channel count.
-#define KVP_PYR_BODIES(T, TS, CH)                                                                          \
+#define KVP_PYR_BODIES(T, TS, CH)                                                                            \
   KvpStatus KVP_BODY(kvpiPyrDown_Gauss5x5_##TS##_C##CH##R)(const T* pSrc, int srcStep, T* pDst, int dstStep, \
-                                                           KvpiSize roiSize, Kvp8u* pBuffer) {              \
-    return kvp::pyr::pyrDown<T, CH>(pSrc, srcStep, pDst, dstStep, roiSize, pBuffer);                                 \
-  }                                                                                                        \
+                                                           KvpiSize roiSize, Kvp8u* pBuffer) {               \
+    return kvp::pyr::pyrDown<T, CH>(pSrc, srcStep, pDst, dstStep, roiSize, pBuffer);                         \
+  }                                                                                                          \
   KvpStatus KVP_BODY(kvpiPyrUp_Gauss5x5_##TS##_C##CH##R)(const T* pSrc, int srcStep, T* pDst, int dstStep,   \
-                                                         KvpiSize roiSize, Kvp8u* pBuffer) {                \
-    return kvp::pyr::pyrUp<T, CH>(pSrc, srcStep, pDst, dstStep, roiSize, pBuffer);                                   \
+                                                         KvpiSize roiSize, Kvp8u* pBuffer) {                 \
+    return kvp::pyr::pyrUp<T, CH>(pSrc, srcStep, pDst, dstStep, roiSize, pBuffer);                           \
   }
-

@@ -40,7 +40,8 @@ KvpStatus KVP_BODY(kvpiPyrDownGetBufSize_Gauss5x5)(int roiWidth, KvpDataType dat
   return bufSize(roiWidth, typeCode(dataType), channels, pBufSize, 6, downRowBytes);
 }
 
-KvpStatus KVP_BODY(kvpiPyrUpGetBufSize_Gauss5x5)(int roiWidth, KvpDataType dataType, int channels, int* pBufSize) {
+KvpStatus KVP_BODY(kvpiPyrUpGetBufSize_Gauss5x5)(int roiWidth, KvpDataType dataType, int channels,
+                                                 int* pBufSize) {
   return bufSize(roiWidth, typeCode(dataType), channels, pBufSize, 3, upRowBytes);
 }
 

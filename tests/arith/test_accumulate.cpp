@@ -13,7 +13,8 @@ using kvt::Plane;
 // A uniform view of every accumulation member: two sources (the second
 // ignored by one-source members), an optional mask, the accumulator.
 template <class S>
-using AccCall = std::function<KvpStatus(const S*, int, const S*, int, const Kvp8u*, int, Kvp32f*, int, KvpiSize)>;
+using AccCall =
+    std::function<KvpStatus(const S*, int, const S*, int, const Kvp8u*, int, Kvp32f*, int, KvpiSize)>;
 using AccRef = std::function<float(float a, float s1, float s2)>;
 
 template <class S>
@@ -30,7 +31,8 @@ S randomSample(kvt::Rng& rng) {
   if constexpr (std::is_floating_point_v<S>) {
     return std::uniform_real_distribution<float>(-300.f, 300.f)(rng);
   } else {
-    return (S)std::uniform_int_distribution<int>(std::numeric_limits<S>::min(), std::numeric_limits<S>::max())(rng);
+    return (S)std::uniform_int_distribution<int>(std::numeric_limits<S>::min(),
+                                                 std::numeric_limits<S>::max())(rng);
   }
 }
 
@@ -53,7 +55,8 @@ void runAccCase(const AccCase<S>& c) {
     for (int y = 0; y < sz.height; ++y)
       for (int x = 0; x < sz.width; ++x)
         if (!c.masked || mask.at(x, y))
-          expect.at(x, y) = c.ref(acc.at(x, y), (float)s1.at(x, y), (float)(c.twoSources ? s2.at(x, y) : s1.at(x, y)));
+          expect.at(x, y) =
+              c.ref(acc.at(x, y), (float)s1.at(x, y), (float)(c.twoSources ? s2.at(x, y) : s1.at(x, y)));
 
     for (int threads : kvt::threadCounts()) {
       kvt::Threads scope(threads);
@@ -101,9 +104,8 @@ AccCall<S> weighted(F f, float alpha) {
 }
 template <class S, class F>
 AccCall<S> weightedMasked(F f, float alpha) {
-  return [f, alpha](const S* a, int as, const S*, int, const Kvp8u* m, int ms, Kvp32f* d, int ds, KvpiSize r) {
-    return f(a, as, m, ms, d, ds, r, alpha);
-  };
+  return [f, alpha](const S* a, int as, const S*, int, const Kvp8u* m, int ms, Kvp32f* d, int ds,
+                    KvpiSize r) { return f(a, as, m, ms, d, ds, r, alpha); };
 }
 
 const AccRef refAdd = [](float a, float s, float) { return a + s; };
@@ -116,22 +118,22 @@ AccRef refWeighted(float alpha) {
 template <class S>
 std::vector<AccCase<S>> casesFor();
 
-#define KVP_ACC_CASES(S, TS)                                                                               \
-  template <>                                                                                              \
-  std::vector<AccCase<S>> casesFor<S>() {                                                                  \
-    const float alpha = 0.3f;                                                                              \
-    return {                                                                                               \
-        {"AddSquare_" #TS "_C1IR", false, false, oneSource<S>(kvpiAddSquare_##TS##_C1IR), refSquare},      \
+#define KVP_ACC_CASES(S, TS)                                                                                 \
+  template <>                                                                                                \
+  std::vector<AccCase<S>> casesFor<S>() {                                                                    \
+    const float alpha = 0.3f;                                                                                \
+    return {                                                                                                 \
+        {"AddSquare_" #TS "_C1IR", false, false, oneSource<S>(kvpiAddSquare_##TS##_C1IR), refSquare},        \
         {"AddSquare_" #TS "_C1IMR", false, true, oneSourceMasked<S>(kvpiAddSquare_##TS##_C1IMR), refSquare}, \
-        {"AddProduct_" #TS "_C1IR", true, false, twoSources<S>(kvpiAddProduct_##TS##_C1IR), refProduct},   \
-        {"AddProduct_" #TS "_C1IMR", true, true, twoSourcesMasked<S>(kvpiAddProduct_##TS##_C1IMR),         \
-         refProduct},                                                                                      \
-        {"AddWeighted_" #TS "_C1IR", false, false, weighted<S>(kvpiAddWeighted_##TS##_C1IR, alpha),        \
-         refWeighted(alpha)},                                                                              \
-        {"AddWeighted_" #TS "_C1IMR", false, true, weightedMasked<S>(kvpiAddWeighted_##TS##_C1IMR, alpha), \
-         refWeighted(alpha)},                                                                              \
-        {"Add_" #TS "_C1IMR", false, true, oneSourceMasked<S>(kvpiAdd_##TS##_C1IMR), refAdd},              \
-    };                                                                                                     \
+        {"AddProduct_" #TS "_C1IR", true, false, twoSources<S>(kvpiAddProduct_##TS##_C1IR), refProduct},     \
+        {"AddProduct_" #TS "_C1IMR", true, true, twoSourcesMasked<S>(kvpiAddProduct_##TS##_C1IMR),           \
+         refProduct},                                                                                        \
+        {"AddWeighted_" #TS "_C1IR", false, false, weighted<S>(kvpiAddWeighted_##TS##_C1IR, alpha),          \
+         refWeighted(alpha)},                                                                                \
+        {"AddWeighted_" #TS "_C1IMR", false, true, weightedMasked<S>(kvpiAddWeighted_##TS##_C1IMR, alpha),   \
+         refWeighted(alpha)},                                                                                \
+        {"Add_" #TS "_C1IMR", false, true, oneSourceMasked<S>(kvpiAdd_##TS##_C1IMR), refAdd},                \
+    };                                                                                                       \
   }
 KVP_ACC_CASES(Kvp8u, 8u32f)
 KVP_ACC_CASES(Kvp8s, 8s32f)
@@ -164,12 +166,14 @@ TEST(Accumulate, WeightedNotInPlace) {
   kvt::Rng rng = kvt::makeRng(7);
   std::uniform_real_distribution<float> v(-1e6f, 1e6f);
   for (KvpiSize sz : kvt::sizeSweep()) {
-    Plane<Kvp32f> a(sz.width, sz.height, 1, rng), b(sz.width, sz.height, 1, rng), d(sz.width, sz.height, 1, rng);
+    Plane<Kvp32f> a(sz.width, sz.height, 1, rng), b(sz.width, sz.height, 1, rng),
+        d(sz.width, sz.height, 1, rng);
     a.fill([&] { return v(rng); });
     b.fill([&] { return v(rng); });
     const float alpha = 0.7f;
     const auto before = d.bytes();
-    ASSERT_EQ(kvpStsOk, kvpiAddWeighted_32f_C1R(a.roi(), a.step(), b.roi(), b.step(), d.roi(), d.step(), sz, alpha));
+    ASSERT_EQ(kvpStsOk,
+              kvpiAddWeighted_32f_C1R(a.roi(), a.step(), b.roi(), b.step(), d.roi(), d.step(), sz, alpha));
     for (int y = 0; y < sz.height; ++y)
       for (int x = 0; x < sz.width; ++x) {
         const float e = (a.at(x, y) - b.at(x, y)) * alpha + b.at(x, y);
@@ -186,9 +190,11 @@ TEST(Accumulate, WeightedAlphaEdges) {
   src.fill([&] { return v(rng); });
   acc.fill([&] { return v(rng); });
   Plane<Kvp32f> out = acc;
-  ASSERT_EQ(kvpStsOk, kvpiAddWeighted_32f_C1IR(src.roi(), src.step(), out.roi(), out.step(), out.size(), 0.f));
+  ASSERT_EQ(kvpStsOk,
+            kvpiAddWeighted_32f_C1IR(src.roi(), src.step(), out.roi(), out.step(), out.size(), 0.f));
   EXPECT_TRUE(out.unchanged(acc.bytes()));
-  ASSERT_EQ(kvpStsOk, kvpiAddWeighted_32f_C1IR(src.roi(), src.step(), out.roi(), out.step(), out.size(), 1.f));
+  ASSERT_EQ(kvpStsOk,
+            kvpiAddWeighted_32f_C1IR(src.roi(), src.step(), out.roi(), out.step(), out.size(), 1.f));
   int differsFromSource = 0;
   for (int y = 0; y < 5; ++y)
     for (int x = 0; x < 33; ++x) {
@@ -234,8 +240,8 @@ void checkMaskedOutNaNs(const std::vector<AccCase<S>>& cases) {
       return f;
     });
     Plane<Kvp32f> out = acc;
-    ASSERT_EQ(kvpStsOk, c.call(s.roi(), s.step(), s.roi(), s.step(), mask.roi(), mask.step(), out.roi(), out.step(),
-                               out.size()));
+    ASSERT_EQ(kvpStsOk, c.call(s.roi(), s.step(), s.roi(), s.step(), mask.roi(), mask.step(), out.roi(),
+                               out.step(), out.size()));
     for (int y = 0; y < 3; ++y)
       for (int x = 0; x < 37; ++x) {
         if (!mask.at(x, y)) {

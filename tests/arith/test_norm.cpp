@@ -18,7 +18,8 @@ enum Kind { kInf, kL1, kL2 };
 // Every member as (src1, step1, src2, step2, mask, maskStep, roi, coi, pValue);
 // Norm ignores src2, C1MR ignores coi.
 template <class S>
-using Call = std::function<KvpStatus(const S*, int, const S*, int, const Kvp8u*, int, KvpiSize, int, Kvp64f*)>;
+using Call =
+    std::function<KvpStatus(const S*, int, const S*, int, const Kvp8u*, int, KvpiSize, int, Kvp64f*)>;
 
 template <class S>
 struct Member {
@@ -29,42 +30,58 @@ struct Member {
   Call<S> call;
 };
 
-#define NM_ONE(KIND, TS, T)                                                                            \
-  Member<T>{"Norm_" #KIND "_" #TS "_C1MR", kNorm, k##KIND, 1,                                          \
+#define NM_ONE(KIND, TS, T)                                                                             \
+  Member<T>{"Norm_" #KIND "_" #TS "_C1MR", kNorm, k##KIND, 1,                                           \
             [](const T* a, int as, const T*, int, const Kvp8u* m, int ms, KvpiSize r, int, Kvp64f* v) { \
-              return kvpiNorm_##KIND##_##TS##_C1MR(a, as, m, ms, r, v);                               \
-            }},                                                                                        \
-      Member<T>{"Norm_" #KIND "_" #TS "_C3CMR", kNorm, k##KIND, 3,                                     \
-                [](const T* a, int as, const T*, int, const Kvp8u* m, int ms, KvpiSize r, int c,        \
-                   Kvp64f* v) { return kvpiNorm_##KIND##_##TS##_C3CMR(a, as, m, ms, r, c, v); }}
-#define NM_TWO(OPN, OP, KIND, TS, T)                                                                 \
-  Member<T>{#OPN "_" #KIND "_" #TS "_C1MR", OP, k##KIND, 1,                                          \
-            [](const T* a, int as, const T* b, int bs, const Kvp8u* m, int ms, KvpiSize r, int,       \
-               Kvp64f* v) { return kvpi##OPN##_##KIND##_##TS##_C1MR(a, as, b, bs, m, ms, r, v); }},   \
-      Member<T>{#OPN "_" #KIND "_" #TS "_C3CMR", OP, k##KIND, 3,                                     \
-                [](const T* a, int as, const T* b, int bs, const Kvp8u* m, int ms, KvpiSize r, int c, \
-                   Kvp64f* v) { return kvpi##OPN##_##KIND##_##TS##_C3CMR(a, as, b, bs, m, ms, r, c, v); }}
-#define NM_KIND(KIND, TS, T) NM_ONE(KIND, TS, T), NM_TWO(NormDiff, kDiff, KIND, TS, T), NM_TWO(NormRel, kRel, KIND, TS, T)
+              return kvpiNorm_##KIND##_##TS##_C1MR(a, as, m, ms, r, v);                                 \
+            }},                                                                                         \
+      Member<T> {                                                                                       \
+    "Norm_" #KIND "_" #TS "_C3CMR", kNorm, k##KIND, 3,                                                  \
+        [](const T* a, int as, const T*, int, const Kvp8u* m, int ms, KvpiSize r, int c, Kvp64f* v) {   \
+          return kvpiNorm_##KIND##_##TS##_C3CMR(a, as, m, ms, r, c, v);                                 \
+        }                                                                                               \
+  }
+#define NM_TWO(OPN, OP, KIND, TS, T)                                                                         \
+  Member<T>{#OPN "_" #KIND "_" #TS "_C1MR", OP, k##KIND, 1,                                                  \
+            [](const T* a, int as, const T* b, int bs, const Kvp8u* m, int ms, KvpiSize r, int, Kvp64f* v) { \
+              return kvpi##OPN##_##KIND##_##TS##_C1MR(a, as, b, bs, m, ms, r, v);                            \
+            }},                                                                                              \
+      Member<T> {                                                                                            \
+#OPN "_" #KIND "_" #TS "_C3CMR", OP, k##KIND, 3,                                                         \
+        [](const T* a, int as, const T* b, int bs, const Kvp8u* m, int ms, KvpiSize r, int c,                \
+           Kvp64f* v) { return kvpi##OPN##_##KIND##_##TS##_C3CMR(a, as, b, bs, m, ms, r, c, v); }            \
+  }
+#define NM_KIND(KIND, TS, T) \
+  NM_ONE(KIND, TS, T), NM_TWO(NormDiff, kDiff, KIND, TS, T), NM_TWO(NormRel, kRel, KIND, TS, T)
 #define NM_TYPE(TS, T) \
   std::vector<Member<T>> { NM_KIND(Inf, TS, T), NM_KIND(L1, TS, T), NM_KIND(L2, TS, T) }
 
 template <class S>
 std::vector<Member<S>> members();
 template <>
-std::vector<Member<Kvp8u>> members() { return NM_TYPE(8u, Kvp8u); }
+std::vector<Member<Kvp8u>> members() {
+  return NM_TYPE(8u, Kvp8u);
+}
 template <>
-std::vector<Member<Kvp8s>> members() { return NM_TYPE(8s, Kvp8s); }
+std::vector<Member<Kvp8s>> members() {
+  return NM_TYPE(8s, Kvp8s);
+}
 template <>
-std::vector<Member<Kvp16u>> members() { return NM_TYPE(16u, Kvp16u); }
+std::vector<Member<Kvp16u>> members() {
+  return NM_TYPE(16u, Kvp16u);
+}
 template <>
-std::vector<Member<Kvp32f>> members() { return NM_TYPE(32f, Kvp32f); }
+std::vector<Member<Kvp32f>> members() {
+  return NM_TYPE(32f, Kvp32f);
+}
 
 template <class S>
 S randomSample(kvt::Rng& rng) {
   if constexpr (std::is_floating_point_v<S>)
     return std::uniform_real_distribution<float>(-300.f, 300.f)(rng);
   else
-    return (S)std::uniform_int_distribution<int>(std::numeric_limits<S>::min(), std::numeric_limits<S>::max())(rng);
+    return (S)std::uniform_int_distribution<int>(std::numeric_limits<S>::min(),
+                                                 std::numeric_limits<S>::max())(rng);
 }
 
 uint64_t bitsOf(double d) {
@@ -129,10 +146,10 @@ double refNorm(Kind kind, const Plane<S>& a, const Plane<S>* b, const Plane<Kvp8
 template <class S>
 void runRandom() {
   kvt::Rng rng = kvt::makeRng(sizeof(S) * 7 + std::is_signed_v<S>);
-  const std::vector<KvpiSize> sizes = kvt::smallRun() ? std::vector<KvpiSize>{{1, 1}, {7, 1}, {17, 9}, {5, 300}}
-                                                     : std::vector<KvpiSize>{{1, 1}, {1, 7}, {7, 1}, {3, 5},
-                                                                             {17, 9}, {31, 33}, {5, 300},
-                                                                             {333, 41}, {1001, 300}};
+  const std::vector<KvpiSize> sizes =
+      kvt::smallRun() ? std::vector<KvpiSize>{{1, 1}, {7, 1}, {17, 9}, {5, 300}}
+                      : std::vector<KvpiSize>{{1, 1},   {1, 7},   {7, 1},    {3, 5},     {17, 9},
+                                              {31, 33}, {5, 300}, {333, 41}, {1001, 300}};
   for (const Member<S>& mb : members<S>()) {
     for (KvpiSize sz : sizes) {
       SCOPED_TRACE(std::string(mb.name) + " " + kvt::describe(sz));
@@ -188,9 +205,11 @@ TEST(Norm, IntegerExtremes) {
     Kvp64f v = 0;
     ASSERT_EQ(kvpiNorm_L2_16u_C1MR(a.roi(), a.step(), m.roi(), m.step(), sz, &v), kvpStsOk);
     EXPECT_EQ(v, std::sqrt(n * 65535.0 * 65535.0));
-    ASSERT_EQ(kvpiNormDiff_L1_16u_C1MR(z.roi(), z.step(), a.roi(), a.step(), m.roi(), m.step(), sz, &v), kvpStsOk);
+    ASSERT_EQ(kvpiNormDiff_L1_16u_C1MR(z.roi(), z.step(), a.roi(), a.step(), m.roi(), m.step(), sz, &v),
+              kvpStsOk);
     EXPECT_EQ(v, n * 65535.0);
-    ASSERT_EQ(kvpiNormDiff_Inf_16u_C1MR(z.roi(), z.step(), a.roi(), a.step(), m.roi(), m.step(), sz, &v), kvpStsOk);
+    ASSERT_EQ(kvpiNormDiff_Inf_16u_C1MR(z.roi(), z.step(), a.roi(), a.step(), m.roi(), m.step(), sz, &v),
+              kvpStsOk);
     EXPECT_EQ(v, 65535.0);
   }
   Plane<Kvp8s> s(sz.width, sz.height, 1, rng), t(sz.width, sz.height, 1, rng);
@@ -199,7 +218,8 @@ TEST(Norm, IntegerExtremes) {
   Kvp64f v = 0;
   ASSERT_EQ(kvpiNorm_Inf_8s_C1MR(s.roi(), s.step(), m.roi(), m.step(), sz, &v), kvpStsOk);
   EXPECT_EQ(v, 128.0);
-  ASSERT_EQ(kvpiNormDiff_L2_8s_C1MR(s.roi(), s.step(), t.roi(), t.step(), m.roi(), m.step(), sz, &v), kvpStsOk);
+  ASSERT_EQ(kvpiNormDiff_L2_8s_C1MR(s.roi(), s.step(), t.roi(), t.step(), m.roi(), m.step(), sz, &v),
+            kvpStsOk);
   EXPECT_EQ(v, std::sqrt(n * 255.0 * 255.0));
 }
 
@@ -220,7 +240,8 @@ TEST(Norm, SinglePrecisionTotal) {
     Kvp64f v = 0;
     ASSERT_EQ(kvpiNorm_L2_32f_C1MR(a.roi(), a.step(), m.roi(), m.step(), sz, &v), kvpStsOk);
     EXPECT_EQ(v, 4096.0) << threads;
-    ASSERT_EQ(kvpiNormDiff_L1_32f_C1MR(a.roi(), a.step(), z.roi(), z.step(), m.roi(), m.step(), sz, &v), kvpStsOk);
+    ASSERT_EQ(kvpiNormDiff_L1_32f_C1MR(a.roi(), a.step(), z.roi(), z.step(), m.roi(), m.step(), sz, &v),
+              kvpStsOk);
     EXPECT_EQ(v, 16777216.0) << threads;
   }
 }
@@ -251,7 +272,8 @@ TEST(Norm, RelativeZeroDenominator) {
   // All-zero mask: Norm and NormDiff 0, NormRel NaN with the sign bit.
   EXPECT_EQ(kvpiNorm_L1_8u_C3CMR(a.roi(), a.step(), m.roi(), m.step(), sz, 2, &v), kvpStsOk);
   EXPECT_EQ(v, 0.0);
-  EXPECT_EQ(kvpiNormDiff_L2_8u_C3CMR(a.roi(), a.step(), b.roi(), b.step(), m.roi(), m.step(), sz, 2, &v), kvpStsOk);
+  EXPECT_EQ(kvpiNormDiff_L2_8u_C3CMR(a.roi(), a.step(), b.roi(), b.step(), m.roi(), m.step(), sz, 2, &v),
+            kvpStsOk);
   EXPECT_EQ(v, 0.0);
   for (auto fn : {kvpiNormRel_Inf_8u_C3CMR, kvpiNormRel_L1_8u_C3CMR, kvpiNormRel_L2_8u_C3CMR}) {
     v = 0;
@@ -267,10 +289,12 @@ TEST(Norm, RelativeZeroDenominator) {
   Plane<Kvp32f> f(sz.width, sz.height, 1, rng);
   f.fill([] { return -2.5f; });
   v = 1;
-  EXPECT_EQ(kvpiNormRel_L2_32f_C1MR(f.roi(), f.step(), f.roi(), f.step(), m.roi(), m.step(), sz, &v), kvpStsOk);
+  EXPECT_EQ(kvpiNormRel_L2_32f_C1MR(f.roi(), f.step(), f.roi(), f.step(), m.roi(), m.step(), sz, &v),
+            kvpStsOk);
   EXPECT_EQ(bitsOf(v), 0ull);
   v = 1;
-  EXPECT_EQ(kvpiNormDiff_Inf_32f_C1MR(f.roi(), f.step(), f.roi(), f.step(), m.roi(), m.step(), sz, &v), kvpStsOk);
+  EXPECT_EQ(kvpiNormDiff_Inf_32f_C1MR(f.roi(), f.step(), f.roi(), f.step(), m.roi(), m.step(), sz, &v),
+            kvpStsOk);
   EXPECT_EQ(v, 0.0);
 }
 
@@ -281,8 +305,8 @@ TEST(Norm, ArgumentChecks) {
   Plane<Kvp8u> m(10, 4, 1, rng, 0);
   const KvpiSize sz{10, 4};
   const int st = 120;  // 10 * 3 * 4
-  auto rel = [&](const Kvp32f* p1, int s1, const Kvp32f* p2, int s2, const Kvp8u* pm, int ms, KvpiSize r, int coi,
-                 Kvp64f* v) { return kvpiNormRel_L1_32f_C3CMR(p1, s1, p2, s2, pm, ms, r, coi, v); };
+  auto rel = [&](const Kvp32f* p1, int s1, const Kvp32f* p2, int s2, const Kvp8u* pm, int ms, KvpiSize r,
+                 int coi, Kvp64f* v) { return kvpiNormRel_L1_32f_C3CMR(p1, s1, p2, s2, pm, ms, r, coi, v); };
   const Kvp64f sentinel = 12345.0;
   struct Case {
     const Kvp32f *p1, *p2;

@@ -15,13 +15,15 @@ std::vector<uint8_t> integral(uint64_t seed) {
   std::vector<Kvp32f> sum((size_t)(w + 1) * (h + 1));
   std::vector<Kvp64f> sqr((size_t)(w + 1) * (h + 1));
   std::vector<Kvp32s> tilt((size_t)(w + 2) * (h + 2));
-  int st = kvpiSqrIntegral_8u32f64f_C1R(src.data(), w, sum.data(), (w + 1) * 4, sqr.data(), (w + 1) * 8, {w, h},
-                                        0.f, 0.0);
-  st |= kvpiTiltedIntegral_8u32s_C1R(src.data(), w, tilt.data(), (w + 2) * 4, {w, h}, (Kvp32s)(seed & 0xffff));
+  int st = kvpiSqrIntegral_8u32f64f_C1R(src.data(), w, sum.data(), (w + 1) * 4, sqr.data(), (w + 1) * 8,
+                                        {w, h}, 0.f, 0.0);
+  st |=
+      kvpiTiltedIntegral_8u32s_C1R(src.data(), w, tilt.data(), (w + 2) * 4, {w, h}, (Kvp32s)(seed & 0xffff));
   const KvpiRect r{1, 2, 17, 13};
   const KvpiSize out{w + 1 - r.x - r.width, h + 1 - r.y - r.height};
   std::vector<Kvp32f> dev((size_t)out.width * out.height);
-  st |= kvpiRectStdDev_32f_C1R(sum.data(), (w + 1) * 4, sqr.data(), (w + 1) * 8, dev.data(), out.width * 4, out, r);
+  st |= kvpiRectStdDev_32f_C1R(sum.data(), (w + 1) * 4, sqr.data(), (w + 1) * 8, dev.data(), out.width * 4,
+                               out, r);
   std::vector<uint8_t> res;
   kvt::append(res, &st, 1);
   kvt::append(res, sum);

@@ -36,4 +36,5 @@ void append(std::vector<uint8_t>& out, const std::vector<T>& v) {
 
 #define KVT_CONCAT2(a, b) a##b
 #define KVT_CONCAT(a, b) KVT_CONCAT2(a, b)
-#define KVT_WORKLOAD(name, fn) static const int KVT_CONCAT(kvtWorkload_, __LINE__) = kvt::addWorkload(name, fn)
+#define KVT_WORKLOAD(name, fn) \
+  static const int KVT_CONCAT(kvtWorkload_, __LINE__) = kvt::addWorkload(name, fn)

@@ -36,7 +36,8 @@ Table<Kvp32s> refUprightInt(const Plane<Kvp8u>& s, Kvp32s val, bool square) {
   std::vector<uint64_t> cum((size_t)(s.width() + 1) * (s.height() + 1), 0);
   auto c = [&](int y, int x) -> uint64_t& { return cum[(size_t)y * (s.width() + 1) + x]; };
   for (int y = 1; y <= s.height(); ++y)
-    for (int x = 1; x <= s.width(); ++x) c(y, x) = c(y - 1, x) + c(y, x - 1) - c(y - 1, x - 1) + px(s, y - 1, x - 1, square);
+    for (int x = 1; x <= s.width(); ++x)
+      c(y, x) = c(y - 1, x) + c(y, x - 1) - c(y - 1, x - 1) + px(s, y - 1, x - 1, square);
   for (int y = 0; y <= s.height(); ++y)
     for (int x = 0; x <= s.width(); ++x) t.at(y, x) = (Kvp32s)(uint32_t)((uint64_t)(uint32_t)val + c(y, x));
   return t;
@@ -70,12 +71,12 @@ Table<T> refTilted(const Plane<Kvp8u>& s, T val, bool square) {
     t.at(y, 0) = t.at(y - 1, 1);
     for (int j = 1; j <= w; ++j) {
       if constexpr (std::is_same_v<T, Kvp32s>) {
-        const uint32_t v = (uint32_t)t.at(y - 1, j - 1) + (uint32_t)t.at(y - 1, j + 1) - (uint32_t)t.at(y - 2, j) +
-                           px(s, y - 2, j - 1, square) + px(s, y - 2, j, square);
+        const uint32_t v = (uint32_t)t.at(y - 1, j - 1) + (uint32_t)t.at(y - 1, j + 1) -
+                           (uint32_t)t.at(y - 2, j) + px(s, y - 2, j - 1, square) + px(s, y - 2, j, square);
         t.at(y, j) = (Kvp32s)v;
       } else {
-        t.at(y, j) = t.at(y - 1, j - 1) + t.at(y - 1, j + 1) - t.at(y - 2, j) + (T)px(s, y - 2, j - 1, square) +
-                     (T)px(s, y - 2, j, square);
+        t.at(y, j) = t.at(y - 1, j - 1) + t.at(y - 1, j + 1) - t.at(y - 2, j) +
+                     (T)px(s, y - 2, j - 1, square) + (T)px(s, y - 2, j, square);
       }
     }
     t.at(y, w + 1) = t.at(y - 1, w);
@@ -97,8 +98,8 @@ template <class T>
   for (int y = 0; y < want.h; ++y)
     for (int x = 0; x < want.w; ++x)
       if (std::memcmp(&got.at(x, y), &want.at(y, x), sizeof(T)) != 0)
-        return ::testing::AssertionFailure() << "entry (" << y << ", " << x << "): " << +got.at(x, y) << " vs "
-                                             << +want.at(y, x);
+        return ::testing::AssertionFailure()
+               << "entry (" << y << ", " << x << "): " << +got.at(x, y) << " vs " << +want.at(y, x);
   return ::testing::AssertionSuccess();
 }
 
@@ -126,12 +127,14 @@ struct Builder {
 
 template <class TS, class TQ, class F>
 Builder<TS, TQ> sumOnly(const char* name, bool tilted, F f) {
-  return {name, tilted, false,
-          [f](const Kvp8u* s, int ss, TS* d, int ds, TQ*, int, KvpiSize r, TS v, TQ) { return f(s, ss, d, ds, r, v); }};
+  return {name, tilted, false, [f](const Kvp8u* s, int ss, TS* d, int ds, TQ*, int, KvpiSize r, TS v, TQ) {
+            return f(s, ss, d, ds, r, v);
+          }};
 }
 template <class TS, class TQ, class F>
 Builder<TS, TQ> withSqr(const char* name, bool tilted, F f) {
-  return {name, tilted, true, [f](const Kvp8u* s, int ss, TS* d, int ds, TQ* q, int qs, KvpiSize r, TS v, TQ vq) {
+  return {name, tilted, true,
+          [f](const Kvp8u* s, int ss, TS* d, int ds, TQ* q, int qs, KvpiSize r, TS v, TQ vq) {
             return f(s, ss, d, ds, q, qs, r, v, vq);
           }};
 }
@@ -144,7 +147,8 @@ void checkBuilder(const Builder<TS, TQ>& b, const Plane<Kvp8u>& src, TS val, TQ 
   Plane<TQ> sqr(tw, th, 1, rng);
   const auto dstBefore = dst.bytes();
   const auto sqrBefore = sqr.bytes();
-  ASSERT_EQ(kvpStsOk, b.call(src.roi(), src.step(), dst.roi(), dst.step(), sqr.roi(), sqr.step(), src.size(), val, valSqr));
+  ASSERT_EQ(kvpStsOk, b.call(src.roi(), src.step(), dst.roi(), dst.step(), sqr.roi(), sqr.step(), src.size(),
+                             val, valSqr));
   ASSERT_TRUE(sameTable(dst, refTable<TS>(src, val, false, b.tilted))) << "sum table";
   ASSERT_TRUE(dst.sameOutsideRoi(dstBefore));
   if (b.withSqr) {
@@ -210,7 +214,8 @@ TEST(IntegralBuild, FloatEntriesAddExactRowPrefix) {
   kvt::Rng rng = kvt::makeRng(2);
   const Plane<Kvp8u> src = randomImage({3000, 40}, rng, 200, 255);
   Plane<Kvp32f> dst(3001, 41, 1, rng);
-  ASSERT_EQ(kvpStsOk, kvpiIntegral_8u32f_C1R(src.roi(), src.step(), dst.roi(), dst.step(), src.size(), 0.25f));
+  ASSERT_EQ(kvpStsOk,
+            kvpiIntegral_8u32f_C1R(src.roi(), src.step(), dst.roi(), dst.step(), src.size(), 0.25f));
   const Table<Kvp32f> want = refUprightFloat<Kvp32f>(src, 0.25f, false);
   ASSERT_TRUE(sameTable(dst, want));
   Table<Kvp32f> other(3001, 41);
@@ -219,7 +224,8 @@ TEST(IntegralBuild, FloatEntriesAddExactRowPrefix) {
   for (int y = 1; y <= 40; ++y) {
     other.at(y, 0) = 0.25f;
     for (int x = 1; x <= 3000; ++x) {
-      other.at(y, x) = other.at(y, x - 1) + other.at(y - 1, x) - other.at(y - 1, x - 1) + (float)src.at(x - 1, y - 1);
+      other.at(y, x) =
+          other.at(y, x - 1) + other.at(y - 1, x) - other.at(y - 1, x - 1) + (float)src.at(x - 1, y - 1);
       if (other.at(y, x) != want.at(y, x)) differs = true;
     }
   }
@@ -241,8 +247,8 @@ TEST(IntegralBuild, IntegerTablesWrap) {
   }
   // The squared sums of this image exceed 2^32 on their own.
   Plane<Kvp32s> dst(301, 291, 1, rng), sqr(301, 291, 1, rng);
-  ASSERT_EQ(kvpStsOk, kvpiSqrIntegral_8u32s_C1R(src.roi(), src.step(), dst.roi(), dst.step(), sqr.roi(), sqr.step(),
-                                                src.size(), 0, 0));
+  ASSERT_EQ(kvpStsOk, kvpiSqrIntegral_8u32s_C1R(src.roi(), src.step(), dst.roi(), dst.step(), sqr.roi(),
+                                                sqr.step(), src.size(), 0, 0));
   uint64_t total = 0;
   for (int y = 0; y < 290; ++y)
     for (int x = 0; x < 300; ++x) total += (uint64_t)src.at(x, y) * src.at(x, y);
@@ -324,7 +330,8 @@ TEST(IntegralChecks, OrderAndNoWrite) {
   // A one-table member does not look at any squared table.
   Plane<Kvp32f> f(12, 8, 1, rng, 0);
   EXPECT_EQ(kvpStsBadStep, kvpiTiltedIntegral_8u32f_C1R(src.roi(), src.step(), f.roi(), 44, {10, 6}, 0.f));
-  EXPECT_EQ(kvpStsStepNotMultiple, kvpiTiltedIntegral_8u32f_C1R(src.roi(), src.step(), f.roi(), 50, {10, 6}, 0.f));
+  EXPECT_EQ(kvpStsStepNotMultiple,
+            kvpiTiltedIntegral_8u32f_C1R(src.roi(), src.step(), f.roi(), 50, {10, 6}, 0.f));
   EXPECT_EQ(kvpStsBadStep, kvpiIntegral_8u32f_C1R(src.roi(), src.step(), f.roi(), 40, {10, 6}, 0.f));
   EXPECT_EQ(kvpStsOk, kvpiIntegral_8u32f_C1R(src.roi(), src.step(), f.roi(), 44, {10, 6}, 0.f));
 }
@@ -339,7 +346,9 @@ struct Reads {
 Reads readsFor(KvpiRect r, bool tilted) {
   const int x = r.x, y = r.y, w = r.width, h = r.height;
   if (!tilted) return {{y + h, y, y + h, y}, {x + w, x + w, x, x}, (long long)w * h};
-  return {{x + y + w + h, x + y + h, x + y + w, x + y}, {x - y + w - h, x - y - h, x - y + w, x - y}, 2LL * w * h};
+  return {{x + y + w + h, x + y + h, x + y + w, x + y},
+          {x - y + w - h, x - y - h, x - y + w, x - y},
+          2LL * w * h};
 }
 
 // The member arithmetic, written out per pixel.
@@ -406,7 +415,8 @@ struct DevCase {
 
 template <class TS, class TQ, class TD, class F>
 DevCase<TS, TQ, TD> plain(const char* name, bool tilted, Path p, F f) {
-  return {name, tilted, p, [f](const TS* s, int ss, const TQ* q, int qs, TD* d, int ds, KvpiSize r, KvpiRect k, int) {
+  return {name, tilted, p,
+          [f](const TS* s, int ss, const TQ* q, int qs, TD* d, int ds, KvpiSize r, KvpiRect k, int) {
             return f(s, ss, q, qs, d, ds, r, k);
           }};
 }
@@ -418,8 +428,8 @@ DevCase<Kvp32s, Kvp32s, Kvp32s> scaled(const char* name, bool tilted, F f) {
 // Reference output for one member at output pixel (i, j) of tables whose
 // entry (0, 0) is at the caller's pSrc.
 template <class TS, class TQ, class TD>
-TD refPixel(const DevCase<TS, TQ, TD>& c, const Plane<TS>& S, const Plane<TQ>& Q, int col0, int i, int j, KvpiRect r,
-            int scaleFactor) {
+TD refPixel(const DevCase<TS, TQ, TD>& c, const Plane<TS>& S, const Plane<TQ>& Q, int col0, int i, int j,
+            KvpiRect r, int scaleFactor) {
   const Reads k = readsFor(r, c.tilted);
   TS s[4];
   TQ q[4];
@@ -462,8 +472,8 @@ void buildTables(const Plane<Kvp8u>& src, bool tilted, Plane<TS>& S, Plane<TQ>& 
 // (all thread counts when the output is large); a window that does not
 // fit the image is skipped.
 template <class TS, class TQ, class TD>
-void checkDev(const DevCase<TS, TQ, TD>& c, const Plane<Kvp8u>& src, KvpiRect r, int scaleFactor, TS val, TQ valSqr,
-              kvt::Rng& rng) {
+void checkDev(const DevCase<TS, TQ, TD>& c, const Plane<Kvp8u>& src, KvpiRect r, int scaleFactor, TS val,
+              TQ valSqr, kvt::Rng& rng) {
   const int extra = c.tilted ? 2 : 1;
   const int tw = src.width() + extra, th = src.height() + extra;
   const Layout lay = layoutFor(r, c.tilted, tw, th);
@@ -475,7 +485,8 @@ void checkDev(const DevCase<TS, TQ, TD>& c, const Plane<Kvp8u>& src, KvpiRect r,
   // the tables' steps to satisfy them.
   const long long needCols = c.tilted ? (long long)r.x + r.y + r.width + r.height + lay.out.width - 1
                                       : (long long)r.width + lay.out.width + r.x;
-  if ((long long)S.step() < needCols * (long long)sizeof(TS) || (long long)Q.step() < needCols * (long long)sizeof(TQ)) {
+  if ((long long)S.step() < needCols * (long long)sizeof(TS) ||
+      (long long)Q.step() < needCols * (long long)sizeof(TQ)) {
     const int padCols = (int)std::max<long long>(0, needCols - tw) + 1;
     Plane<TS> S2(tw, th, 1, rng, padCols * (int)sizeof(TS));
     Plane<TQ> Q2(tw, th, 1, rng, padCols * (int)sizeof(TQ));
@@ -486,7 +497,8 @@ void checkDev(const DevCase<TS, TQ, TD>& c, const Plane<Kvp8u>& src, KvpiRect r,
   }
   Plane<TD> expect(lay.out.width, lay.out.height, 1, rng);
   for (int i = 0; i < lay.out.height; ++i)
-    for (int j = 0; j < lay.out.width; ++j) expect.at(j, i) = refPixel(c, S, Q, lay.col0, i, j, r, scaleFactor);
+    for (int j = 0; j < lay.out.width; ++j)
+      expect.at(j, i) = refPixel(c, S, Q, lay.col0, i, j, r, scaleFactor);
   const bool big = (long long)lay.out.width * lay.out.height >= 65536;
   for (int threads : kvt::threadCounts()) {
     kvt::Threads scope(threads);
@@ -494,10 +506,10 @@ void checkDev(const DevCase<TS, TQ, TD>& c, const Plane<Kvp8u>& src, KvpiRect r,
     const auto before = out.bytes();
     const auto sBefore = S.bytes();
     const auto qBefore = Q.bytes();
-    ASSERT_EQ(kvpStsOk, c.call(S.roi() + lay.col0, S.step(), Q.roi() + lay.col0, Q.step(), out.roi(), out.step(),
-                               lay.out, r, scaleFactor));
-    ASSERT_TRUE(kvt::sameRoi(out, expect)) << "threads " << threads << " rect " << r.x << "," << r.y << ","
-                                           << r.width << "," << r.height;
+    ASSERT_EQ(kvpStsOk, c.call(S.roi() + lay.col0, S.step(), Q.roi() + lay.col0, Q.step(), out.roi(),
+                               out.step(), lay.out, r, scaleFactor));
+    ASSERT_TRUE(kvt::sameRoi(out, expect))
+        << "threads " << threads << " rect " << r.x << "," << r.y << "," << r.width << "," << r.height;
     ASSERT_TRUE(out.sameOutsideRoi(before));
     ASSERT_TRUE(S.unchanged(sBefore) && Q.unchanged(qBefore));
     if (!big) break;
@@ -506,7 +518,8 @@ void checkDev(const DevCase<TS, TQ, TD>& c, const Plane<Kvp8u>& src, KvpiRect r,
 
 std::vector<DevCase<Kvp32f, Kvp64f, Kvp32f>> devs32f() {
   return {plain<Kvp32f, Kvp64f, Kvp32f>("RectStdDev_32f", false, Path::Float, kvpiRectStdDev_32f_C1R),
-          plain<Kvp32f, Kvp64f, Kvp32f>("TiltedRectStdDev_32f", true, Path::Double, kvpiTiltedRectStdDev_32f_C1R)};
+          plain<Kvp32f, Kvp64f, Kvp32f>("TiltedRectStdDev_32f", true, Path::Double,
+                                        kvpiTiltedRectStdDev_32f_C1R)};
 }
 std::vector<DevCase<Kvp32s, Kvp64f, Kvp32f>> devs32s32f() {
   return {plain<Kvp32s, Kvp64f, Kvp32f>("RectStdDev_32s32f", false, Path::Double, kvpiRectStdDev_32s32f_C1R),
@@ -522,7 +535,8 @@ template <class TS, class TQ, class TD>
 void sweepDev(const DevCase<TS, TQ, TD>& c) {
   kvt::Rng rng = kvt::makeRng(std::hash<std::string>{}(c.name));
   const std::vector<KvpiSize> images = {{1, 1}, {3, 2}, {9, 7}, {17, 33}, {64, 5}, {101, 77}, {300, 260}};
-  const std::vector<KvpiRect> rects = {{0, 0, 1, 1}, {0, 0, 2, 3}, {1, 2, 3, 1}, {3, 1, 5, 4}, {0, 4, 7, 2}, {6, 0, 2, 9}};
+  const std::vector<KvpiRect> rects = {{0, 0, 1, 1}, {0, 0, 2, 3}, {1, 2, 3, 1},
+                                       {3, 1, 5, 4}, {0, 4, 7, 2}, {6, 0, 2, 9}};
   for (KvpiSize sz : images) {
     const Plane<Kvp8u> src = randomImage(sz, rng);
     for (KvpiRect r : rects)
@@ -566,8 +580,10 @@ TEST(RectStdDev, UprightMatchesDirectStatistics) {
   const KvpiSize out{41 - 8, 31 - 6};
   Plane<Kvp32f> d(out.width, out.height, 1, rng);
   Plane<Kvp32s> di(out.width, out.height, 1, rng);
-  ASSERT_EQ(kvpStsOk, kvpiRectStdDev_32f_C1R(S.roi(), S.step(), Q.roi(), Q.step(), d.roi(), d.step(), out, r));
-  ASSERT_EQ(kvpStsOk, kvpiRectStdDev_32s_C1RSfs(Si.roi(), Si.step(), Qi.roi(), Qi.step(), di.roi(), di.step(), out, r, -4));
+  ASSERT_EQ(kvpStsOk,
+            kvpiRectStdDev_32f_C1R(S.roi(), S.step(), Q.roi(), Q.step(), d.roi(), d.step(), out, r));
+  ASSERT_EQ(kvpStsOk, kvpiRectStdDev_32s_C1RSfs(Si.roi(), Si.step(), Qi.roi(), Qi.step(), di.roi(), di.step(),
+                                                out, r, -4));
   for (int i = 0; i < out.height; ++i)
     for (int j = 0; j < out.width; ++j) {
       double s = 0, q = 0;
@@ -597,7 +613,8 @@ TEST(RectStdDev, ConstantWindowsGiveZero) {
       buildTables(src, false, S, Q, 17.f, -3.0);
       const KvpiSize out{61 - r.x - r.width, 51 - r.y - r.height};
       Plane<Kvp32f> d(out.width, out.height, 1, rng);
-      ASSERT_EQ(kvpStsOk, kvpiRectStdDev_32f_C1R(S.roi(), S.step(), Q.roi(), Q.step(), d.roi(), d.step(), out, r));
+      ASSERT_EQ(kvpStsOk,
+                kvpiRectStdDev_32f_C1R(S.roi(), S.step(), Q.roi(), Q.step(), d.roi(), d.step(), out, r));
       for (int i = 0; i < out.height; ++i)
         for (int j = 0; j < out.width; ++j) ASSERT_EQ(0.f, d.at(j, i)) << i << "," << j;
     }
@@ -621,15 +638,17 @@ TEST(RectStdDev, ConstantWindowsGiveZero) {
     Plane<Kvp32s> di(lay.out.width, lay.out.height, 1, rng);
     Plane<Kvp32f> df(lay.out.width, lay.out.height, 1, rng);
     if (tilted) {
-      ASSERT_EQ(kvpStsOk, kvpiTiltedRectStdDev_32s32f_C1R(S.roi() + lay.col0, S.step(), Q.roi() + lay.col0, Q.step(),
-                                                          d.roi(), d.step(), lay.out, r));
-      ASSERT_EQ(kvpStsOk, kvpiTiltedRectStdDev_32f_C1R(Sf.roi() + lay.col0, Sf.step(), Qf.roi() + lay.col0, Qf.step(),
-                                                       df.roi(), df.step(), lay.out, r));
+      ASSERT_EQ(kvpStsOk, kvpiTiltedRectStdDev_32s32f_C1R(S.roi() + lay.col0, S.step(), Q.roi() + lay.col0,
+                                                          Q.step(), d.roi(), d.step(), lay.out, r));
+      ASSERT_EQ(kvpStsOk, kvpiTiltedRectStdDev_32f_C1R(Sf.roi() + lay.col0, Sf.step(), Qf.roi() + lay.col0,
+                                                       Qf.step(), df.roi(), df.step(), lay.out, r));
       ASSERT_EQ(kvpStsOk, kvpiTiltedRectStdDev_32s_C1RSfs(S2.roi() + lay.col0, S2.step(), Qi.roi() + lay.col0,
                                                           Qi.step(), di.roi(), di.step(), lay.out, r, -3));
     } else {
-      ASSERT_EQ(kvpStsOk, kvpiRectStdDev_32s32f_C1R(S.roi(), S.step(), Q.roi(), Q.step(), d.roi(), d.step(), lay.out, r));
-      ASSERT_EQ(kvpStsOk, kvpiRectStdDev_32s_C1RSfs(S2.roi(), S2.step(), Qi.roi(), Qi.step(), di.roi(), di.step(), lay.out, r, -3));
+      ASSERT_EQ(kvpStsOk, kvpiRectStdDev_32s32f_C1R(S.roi(), S.step(), Q.roi(), Q.step(), d.roi(), d.step(),
+                                                    lay.out, r));
+      ASSERT_EQ(kvpStsOk, kvpiRectStdDev_32s_C1RSfs(S2.roi(), S2.step(), Qi.roi(), Qi.step(), di.roi(),
+                                                    di.step(), lay.out, r, -3));
       df = d;
     }
     // A tilted window reaches past the image near its edges, where it is no
@@ -692,9 +711,12 @@ TEST(RectStdDev, NegativeVarianceClampsToZero) {
     for (int sq : {10, 40}) {
       fill(sq);
       const float want = sq == 10 ? 0.f : 2.f;
-      ASSERT_EQ(kvpStsOk, sf(Sf.roi() + col0, Sf.step(), Q.roi() + col0, Q.step(), f.roi(), f.step(), {5, 1}, r));
-      ASSERT_EQ(kvpStsOk, sd(Si.roi() + col0, Si.step(), Q.roi() + col0, Q.step(), g.roi(), g.step(), {5, 1}, r));
-      ASSERT_EQ(kvpStsOk, ss(Si.roi() + col0, Si.step(), Qi.roi() + col0, Qi.step(), i.roi(), i.step(), {5, 1}, r, -3));
+      ASSERT_EQ(kvpStsOk,
+                sf(Sf.roi() + col0, Sf.step(), Q.roi() + col0, Q.step(), f.roi(), f.step(), {5, 1}, r));
+      ASSERT_EQ(kvpStsOk,
+                sd(Si.roi() + col0, Si.step(), Q.roi() + col0, Q.step(), g.roi(), g.step(), {5, 1}, r));
+      ASSERT_EQ(kvpStsOk,
+                ss(Si.roi() + col0, Si.step(), Qi.roi() + col0, Qi.step(), i.roi(), i.step(), {5, 1}, r, -3));
       for (int j = 0; j < 5; ++j) {
         EXPECT_EQ(want, f.at(j, 0)) << sq << " " << j;
         EXPECT_FALSE(std::signbit(f.at(j, 0)));
@@ -717,8 +739,8 @@ TEST(RectStdDev, ScaleFactorRounding) {
     buildTables(src, false, S, Q, 0, 0);
     for (int sf : {0, 1, 2, -1, -5, 40, -28, -40}) {
       Plane<Kvp32s> out(9, 1, 1, rng);
-      ASSERT_EQ(kvpStsOk, kvpiRectStdDev_32s_C1RSfs(S.roi(), S.step(), Q.roi(), Q.step(), out.roi(), out.step(),
-                                                    {9, 1}, KvpiRect{0, 0, 2, 1}, sf));
+      ASSERT_EQ(kvpStsOk, kvpiRectStdDev_32s_C1RSfs(S.roi(), S.step(), Q.roi(), Q.step(), out.roi(),
+                                                    out.step(), {9, 1}, KvpiRect{0, 0, 2, 1}, sf));
       const double scaled = d * std::pow(2.0, -sf) + 0.5;
       const int want = scaled >= 2147483647.0 ? INT_MAX : (int)std::floor(scaled);
       for (int j = 0; j < 9; ++j) EXPECT_EQ(want, out.at(j, 0)) << "d " << d << " sf " << sf << " at " << j;
@@ -731,7 +753,8 @@ TEST(RectStdDev, ScaleFactorRounding) {
   Plane<Kvp32s> S(3, 2, 1, rng), Q(3, 2, 1, rng);
   buildTables(src, false, S, Q, 0, 0);
   Kvp32s out = 0;
-  ASSERT_EQ(kvpStsOk, kvpiRectStdDev_32s_C1RSfs(S.roi(), S.step(), Q.roi(), Q.step(), &out, 4, {1, 1}, {0, 0, 2, 1}, 1));
+  ASSERT_EQ(kvpStsOk, kvpiRectStdDev_32s_C1RSfs(S.roi(), S.step(), Q.roi(), Q.step(), &out, 4, {1, 1},
+                                                {0, 0, 2, 1}, 1));
   EXPECT_EQ(1, out);
 }
 
@@ -774,10 +797,10 @@ TEST(RectStdDev, WrappedIntegerTables) {
     const Layout lay = layoutFor(r, tilted, 320 + e, 300 + e);
     Plane<Kvp32s> d0(lay.out.width, lay.out.height, 1, rng), d1(lay.out.width, lay.out.height, 1, rng);
     auto call = tilted ? kvpiTiltedRectStdDev_32s_C1RSfs : kvpiRectStdDev_32s_C1RSfs;
-    ASSERT_EQ(kvpStsOk, call(S0.roi() + lay.col0, S0.step(), Q0.roi() + lay.col0, Q0.step(), d0.roi(), d0.step(),
-                             lay.out, r, -2));
-    ASSERT_EQ(kvpStsOk, call(S1.roi() + lay.col0, S1.step(), Q1.roi() + lay.col0, Q1.step(), d1.roi(), d1.step(),
-                             lay.out, r, -2));
+    ASSERT_EQ(kvpStsOk, call(S0.roi() + lay.col0, S0.step(), Q0.roi() + lay.col0, Q0.step(), d0.roi(),
+                             d0.step(), lay.out, r, -2));
+    ASSERT_EQ(kvpStsOk, call(S1.roi() + lay.col0, S1.step(), Q1.roi() + lay.col0, Q1.step(), d1.roi(),
+                             d1.step(), lay.out, r, -2));
     EXPECT_TRUE(kvt::sameRoi(d0, d1));
   }
   // The squared sums of the image pass 2^32, so the tables above wrapped
@@ -798,7 +821,8 @@ TEST(RectStdDevChecks, OrderAndNoWrite) {
     Plane<Kvp64f> Q(40, 40, 1, rng, 0);
     Plane<Kvp32f> D(10, 10, 1, rng, 0);
     const auto before = D.bytes();
-    auto call = [&](const Kvp32s* s, int ss, const Kvp64f* q, int qs, Kvp32f* d, int ds, KvpiSize roi, KvpiRect r) {
+    auto call = [&](const Kvp32s* s, int ss, const Kvp64f* q, int qs, Kvp32f* d, int ds, KvpiSize roi,
+                    KvpiRect r) {
       return tilted ? kvpiTiltedRectStdDev_32s32f_C1R(s, ss, q, qs, d, ds, roi, r)
                     : kvpiRectStdDev_32s32f_C1R(s, ss, q, qs, d, ds, roi, r);
     };
@@ -839,8 +863,10 @@ TEST(RectStdDevChecks, OrderAndNoWrite) {
             kvpiRectStdDev_32f_C1R(S.roi(), 80, Q.roi(), 164, D.roi(), D.step(), {5, 5}, r));
   EXPECT_EQ(kvpStsOk, kvpiRectStdDev_32f_C1R(S.roi(), 80, Q.roi(), 160, D.roi(), D.step(), {5, 5}, r));
   Plane<Kvp32s> Si(20, 20, 1, rng, 0), Qi(20, 20, 1, rng, 0), Di(5, 5, 1, rng, 0);
-  EXPECT_EQ(kvpStsBadStep, kvpiRectStdDev_32s_C1RSfs(Si.roi(), 80, Qi.roi(), 4 * 7, Di.roi(), Di.step(), {5, 5}, r, 0));
-  EXPECT_EQ(kvpStsOk, kvpiRectStdDev_32s_C1RSfs(Si.roi(), 80, Qi.roi(), 4 * 8, Di.roi(), Di.step(), {5, 5}, r, 0));
+  EXPECT_EQ(kvpStsBadStep,
+            kvpiRectStdDev_32s_C1RSfs(Si.roi(), 80, Qi.roi(), 4 * 7, Di.roi(), Di.step(), {5, 5}, r, 0));
+  EXPECT_EQ(kvpStsOk,
+            kvpiRectStdDev_32s_C1RSfs(Si.roi(), 80, Qi.roi(), 4 * 8, Di.roi(), Di.step(), {5, 5}, r, 0));
 }
 
 }  // namespace

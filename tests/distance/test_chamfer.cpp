@@ -70,7 +70,8 @@ struct ChamferCase {
 };
 
 std::vector<ChamferCase<Kvp8u, int>> cases8u() {
-  return {{"3x3_8u", false, kvpiDistanceTransform_3x3_8u_C1R}, {"5x5_8u", true, kvpiDistanceTransform_5x5_8u_C1R}};
+  return {{"3x3_8u", false, kvpiDistanceTransform_3x3_8u_C1R},
+          {"5x5_8u", true, kvpiDistanceTransform_5x5_8u_C1R}};
 }
 std::vector<ChamferCase<Kvp16u, int>> cases16u() {
   return {{"3x3_8u16u", false, kvpiDistanceTransform_3x3_8u16u_C1R},
@@ -94,15 +95,15 @@ template <class T>
   for (int y = 0; y < out.height(); ++y)
     for (int x = 0; x < out.width(); ++x)
       if (std::memcmp(&out.at(x, y), &expect[(size_t)y * out.width() + x], sizeof(T)) != 0)
-        return ::testing::AssertionFailure() << "at " << x << "," << y << ": " << +out.at(x, y) << " expected "
-                                             << +expect[(size_t)y * out.width() + x];
+        return ::testing::AssertionFailure() << "at " << x << "," << y << ": " << +out.at(x, y)
+                                             << " expected " << +expect[(size_t)y * out.width() + x];
   return ::testing::AssertionSuccess();
 }
 
 const std::vector<KvpiSize>& chamferSizes() {
-  static const std::vector<KvpiSize> all = {{1, 1},  {1, 9},   {9, 1},   {2, 2},   {3, 3},    {4, 5},
-                                            {15, 4}, {16, 16}, {17, 9},  {31, 33}, {33, 2},   {64, 3},
-                                            {127, 65}, {333, 41}, {641, 211}};
+  static const std::vector<KvpiSize> all = {{1, 1},  {1, 9},  {9, 1},    {2, 2},    {3, 3},
+                                            {4, 5},  {15, 4}, {16, 16},  {17, 9},   {31, 33},
+                                            {33, 2}, {64, 3}, {127, 65}, {333, 41}, {641, 211}};
   static const std::vector<KvpiSize> small = {{1, 1}, {2, 2}, {4, 5}, {17, 9}, {33, 2}};
   return kvt::smallRun() ? small : all;
 }
@@ -130,11 +131,11 @@ void runAgainstReference(const ChamferCase<T, M>& c, const std::vector<std::vect
 
 // Integer cost sets: the tables, saturating ones, a diagonal cheaper than
 // the axial step, and a knight cost of 0 or below.
-const std::vector<std::vector<int>> kIntMetrics = {{1, 1, 2},  {1, 2, 3},     {2, 3, 4},      {5, 7, 11},
-                                                   {40, 57, 90}, {3, 1, 2},   {300, 500, 70000}, {1, 1, 0},
-                                                   {2, 2, -5}, {100000, 1, 7}};
-const std::vector<std::vector<float>> kFloatMetrics = {{1.0f, 1.0f, 2.0f},   {0.955f, 1.3693f, 2.f},
-                                                       {1.0f, 1.4f, 2.1969f}, {0.f, 0.5f, 0.f},
+const std::vector<std::vector<int>> kIntMetrics = {{1, 1, 2},    {1, 2, 3},     {2, 3, 4},         {5, 7, 11},
+                                                   {40, 57, 90}, {3, 1, 2},     {300, 500, 70000}, {1, 1, 0},
+                                                   {2, 2, -5},   {100000, 1, 7}};
+const std::vector<std::vector<float>> kFloatMetrics = {{1.0f, 1.0f, 2.0f},          {0.955f, 1.3693f, 2.f},
+                                                       {1.0f, 1.4f, 2.1969f},       {0.f, 0.5f, 0.f},
                                                        {3.0e37f, 1.0e38f, 2.0e38f}, {0.1f, 0.3f, 0.7f}};
 
 TEST(Chamfer, MatchesReference8u) {
@@ -177,20 +178,21 @@ TEST(Chamfer, SaturatesAtTypeMaximum) {
   src.at(0, 1) = 0;
   int m[3] = {1, 1, 2};
   Plane<Kvp8u> d8(700, 3, 1, rng);
-  ASSERT_EQ(kvpStsOk, kvpiDistanceTransform_3x3_8u_C1R(src.roi(), src.step(), d8.roi(), d8.step(), src.size(), m));
+  ASSERT_EQ(kvpStsOk,
+            kvpiDistanceTransform_3x3_8u_C1R(src.roi(), src.step(), d8.roi(), d8.step(), src.size(), m));
   for (int x = 0; x < 700; ++x) ASSERT_EQ(std::min(x, 255), d8.at(x, 1)) << x;
   int big[3] = {300, 700, 1100};  // no path cheaper than axial steps
   Plane<Kvp16u> d16(700, 3, 1, rng);
-  ASSERT_EQ(kvpStsOk,
-            kvpiDistanceTransform_5x5_8u16u_C1R(src.roi(), src.step(), d16.roi(), d16.step(), src.size(), big));
+  ASSERT_EQ(kvpStsOk, kvpiDistanceTransform_5x5_8u16u_C1R(src.roi(), src.step(), d16.roi(), d16.step(),
+                                                          src.size(), big));
   for (int x = 0; x < 700; ++x) ASSERT_EQ(std::min(300 * x, 65535), d16.at(x, 1)) << x;
   // No zero pixel: the largest value everywhere (and FLT_MAX in float).
   Plane<Kvp8u> none(19, 7, 1, rng);
   none.fill([] { return 200; });
   float fm[3] = {1.f, 1.4f, 2.2f};
   Plane<Kvp32f> df(19, 7, 1, rng);
-  ASSERT_EQ(kvpStsOk,
-            kvpiDistanceTransform_5x5_8u32f_C1R(none.roi(), none.step(), df.roi(), df.step(), none.size(), fm));
+  ASSERT_EQ(kvpStsOk, kvpiDistanceTransform_5x5_8u32f_C1R(none.roi(), none.step(), df.roi(), df.step(),
+                                                          none.size(), fm));
   ASSERT_EQ(kvpStsOk, kvpiDistanceTransform_3x3_8u_C1IR(none.roi(), none.step(), none.size(), m));
   for (int y = 0; y < 7; ++y)
     for (int x = 0; x < 19; ++x) {
@@ -228,10 +230,14 @@ TEST(Chamfer, UnalignedDestinationSteps) {
   Plane<Kvp32f> a32(37, 11, 1, rng);
   const auto b16 = d16.bytes();
   const auto b32 = d32.bytes();
-  ASSERT_EQ(kvpStsOk, kvpiDistanceTransform_5x5_8u16u_C1R(src.roi(), src.step(), d16.roi(), d16.step(), src.size(), m));
-  ASSERT_EQ(kvpStsOk, kvpiDistanceTransform_5x5_8u16u_C1R(src.roi(), src.step(), a16.roi(), a16.step(), src.size(), m));
-  ASSERT_EQ(kvpStsOk, kvpiDistanceTransform_3x3_8u32f_C1R(src.roi(), src.step(), d32.roi(), d32.step(), src.size(), fm));
-  ASSERT_EQ(kvpStsOk, kvpiDistanceTransform_3x3_8u32f_C1R(src.roi(), src.step(), a32.roi(), a32.step(), src.size(), fm));
+  ASSERT_EQ(kvpStsOk,
+            kvpiDistanceTransform_5x5_8u16u_C1R(src.roi(), src.step(), d16.roi(), d16.step(), src.size(), m));
+  ASSERT_EQ(kvpStsOk,
+            kvpiDistanceTransform_5x5_8u16u_C1R(src.roi(), src.step(), a16.roi(), a16.step(), src.size(), m));
+  ASSERT_EQ(kvpStsOk, kvpiDistanceTransform_3x3_8u32f_C1R(src.roi(), src.step(), d32.roi(), d32.step(),
+                                                          src.size(), fm));
+  ASSERT_EQ(kvpStsOk, kvpiDistanceTransform_3x3_8u32f_C1R(src.roi(), src.step(), a32.roi(), a32.step(),
+                                                          src.size(), fm));
   for (int y = 0; y < 11; ++y) {
     // Rows of the odd-step planes are not element-aligned: compare bytes.
     ASSERT_EQ(0, std::memcmp(d16.row(y), a16.row(y), 37 * 2)) << y;
@@ -267,9 +273,12 @@ TEST(Chamfer, CheckOrder) {
   float fneg[3] = {-1.f, 1.f, 1.f}, fnan[3] = {1.f, 1.f, NAN};
   Plane<Kvp32f> df(10, 4, 1, rng);
   const auto beforeF = df.bytes();
-  EXPECT_EQ(kvpStsBadStep, kvpiDistanceTransform_3x3_8u32f_C1R(src.roi(), src.step(), df.roi(), 39, sz, fneg));
-  EXPECT_EQ(kvpStsBadMetric, kvpiDistanceTransform_3x3_8u32f_C1R(src.roi(), src.step(), df.roi(), df.step(), sz, fneg));
-  EXPECT_EQ(kvpStsBadMetric, kvpiDistanceTransform_5x5_8u32f_C1R(src.roi(), src.step(), df.roi(), df.step(), sz, fnan));
+  EXPECT_EQ(kvpStsBadStep,
+            kvpiDistanceTransform_3x3_8u32f_C1R(src.roi(), src.step(), df.roi(), 39, sz, fneg));
+  EXPECT_EQ(kvpStsBadMetric,
+            kvpiDistanceTransform_3x3_8u32f_C1R(src.roi(), src.step(), df.roi(), df.step(), sz, fneg));
+  EXPECT_EQ(kvpStsBadMetric,
+            kvpiDistanceTransform_5x5_8u32f_C1R(src.roi(), src.step(), df.roi(), df.step(), sz, fnan));
   EXPECT_TRUE(dst.unchanged(before));
   EXPECT_TRUE(d8.unchanged(before8));
   EXPECT_TRUE(df.unchanged(beforeF));
@@ -283,9 +292,10 @@ TEST(ChamferMask, Tables) {
     std::vector<int> i;
     std::vector<float> f;
   };
-  const std::vector<Row> rows = {{3, 0, {1, 1}, {1.0f, 1.0f}},           {3, 1, {1, 2}, {1.0f, 2.0f}},
-                                 {3, 2, {2, 3}, {0.955f, 1.3693f}},      {5, 0, {1, 1, 2}, {1.0f, 1.0f, 2.0f}},
-                                 {5, 1, {1, 2, 3}, {1.0f, 2.0f, 3.0f}}, {5, 2, {5, 7, 11}, {1.0f, 1.4f, 2.1969f}}};
+  const std::vector<Row> rows = {
+      {3, 0, {1, 1}, {1.0f, 1.0f}},          {3, 1, {1, 2}, {1.0f, 2.0f}},
+      {3, 2, {2, 3}, {0.955f, 1.3693f}},     {5, 0, {1, 1, 2}, {1.0f, 1.0f, 2.0f}},
+      {5, 1, {1, 2, 3}, {1.0f, 2.0f, 3.0f}}, {5, 2, {5, 7, 11}, {1.0f, 1.4f, 2.1969f}}};
   for (const Row& r : rows) {
     int i[4] = {-7, -7, -7, -7};
     float f[4] = {-7, -7, -7, -7}, g[4] = {-7, -7, -7, -7};

@@ -70,8 +70,8 @@ void checkAgainstBruteForce(const Plane<Kvp8u>& src, const char* what) {
     GuardedBuffer buf(src.size());
     Plane<Kvp32f> dst(src.width(), src.height(), 1, rng);
     const auto before = dst.bytes();
-    ASSERT_EQ(kvpStsOk, kvpiTrueDistanceTransform_8u32f_C1R(src.roi(), src.step(), dst.roi(), dst.step(), src.size(),
-                                                          buf.data()));
+    ASSERT_EQ(kvpStsOk, kvpiTrueDistanceTransform_8u32f_C1R(src.roi(), src.step(), dst.roi(), dst.step(),
+                                                            src.size(), buf.data()));
     ASSERT_TRUE(buf.guardsIntact());
     ASSERT_TRUE(dst.sameOutsideRoi(before));
     double worst = 0;
@@ -102,10 +102,10 @@ void checkAgainstBruteForce(const Plane<Kvp8u>& src, const char* what) {
 
 TEST(TrueDistance, SparseAgainstBruteForce) {
   kvt::Rng rng = kvt::makeRng(21);
-  const std::vector<KvpiSize> sizes = kvt::smallRun()
-                                          ? std::vector<KvpiSize>{{1, 1}, {5, 3}, {17, 9}}
-                                          : std::vector<KvpiSize>{{1, 1}, {1, 40}, {40, 1}, {5, 3}, {17, 9},
-                                                                  {33, 64}, {130, 75}, {413, 173}};
+  const std::vector<KvpiSize> sizes =
+      kvt::smallRun()
+          ? std::vector<KvpiSize>{{1, 1}, {5, 3}, {17, 9}}
+          : std::vector<KvpiSize>{{1, 1}, {1, 40}, {40, 1}, {5, 3}, {17, 9}, {33, 64}, {130, 75}, {413, 173}};
   for (KvpiSize sz : sizes) {
     // A handful of zero pixels, at least one.
     Plane<Kvp8u> src = sourceWithDensity(sz.width, sz.height, 0.0, rng);
@@ -118,7 +118,8 @@ TEST(TrueDistance, SparseAgainstBruteForce) {
 TEST(TrueDistance, DenseAgainstBruteForce) {
   kvt::Rng rng = kvt::makeRng(22);
   for (KvpiSize sz : {KvpiSize{2, 2}, KvpiSize{16, 16}, KvpiSize{31, 7}, KvpiSize{97, 61}})
-    for (double density : {0.02, 0.3, 0.9}) checkAgainstBruteForce(sourceWithDensity(sz.width, sz.height, density, rng), "dense");
+    for (double density : {0.02, 0.3, 0.9})
+      checkAgainstBruteForce(sourceWithDensity(sz.width, sz.height, density, rng), "dense");
   if (!kvt::smallRun())  // past the threading threshold
     checkAgainstBruteForce(sourceWithDensity(300, 250, 0.0005, rng), "threaded");
 }

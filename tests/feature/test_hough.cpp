@@ -76,7 +76,8 @@ RefResult reference(const Plane<Kvp8u>& img, KvpPointPolar d, int threshold, int
       if (v > threshold && v > votes(i, r - 1) && v >= votes(i, r + 1) && v > votes(i - 1, r) &&
           v >= votes(i + 1, r))
         peaks.push_back({r, i, v});
-  std::stable_sort(peaks.begin(), peaks.end(), [](const Peak& a, const Peak& b) { return a.votes > b.votes; });
+  std::stable_sort(peaks.begin(), peaks.end(),
+                   [](const Peak& a, const Peak& b) { return a.votes > b.votes; });
   RefResult out;
   for (int k = 0; k < (int)peaks.size() && k < maxLines; ++k)
     out.lines.push_back({(float)(peaks[k].rho - off) * d.rho, (float)peaks[k].angle * d.theta});
@@ -99,7 +100,7 @@ int bufferSize(KvpiSize roi, KvpPointPolar d, int maxLines) {
 // The buffer is exactly the reported size, starts at an odd offset, and is
 // followed by guard bytes; the line array has guards past maxLines.
 Search runSearch(const Plane<Kvp8u>& img, KvpPointPolar d, int threshold, int maxLines,
-              const KvpPointPolar* window = nullptr, int bufOffset = 3) {
+                 const KvpPointPolar* window = nullptr, int bufOffset = 3) {
   const int size = bufferSize(img.size(), d, maxLines);
   std::vector<Kvp8u> buf((size_t)size + bufOffset + 256);
   for (size_t i = 0; i < buf.size(); ++i) buf[i] = (Kvp8u)(i * 7 + 1);
@@ -107,10 +108,11 @@ Search runSearch(const Plane<Kvp8u>& img, KvpPointPolar d, int threshold, int ma
   std::vector<KvpPointPolar> lines((size_t)maxLines + 4, KvpPointPolar{-7.f, -7.f});
   int count = -1;
   Search r;
-  r.status = window ? kvpiHoughLine_Region_8u32f_C1R(img.roi(), img.step(), img.size(), d, threshold, lines.data(),
-                                                     maxLines, &count, buf.data() + bufOffset, window)
-                    : kvpiHoughLine_8u32f_C1R(img.roi(), img.step(), img.size(), d, threshold, lines.data(),
-                                              maxLines, &count, buf.data() + bufOffset);
+  r.status =
+      window ? kvpiHoughLine_Region_8u32f_C1R(img.roi(), img.step(), img.size(), d, threshold, lines.data(),
+                                              maxLines, &count, buf.data() + bufOffset, window)
+             : kvpiHoughLine_8u32f_C1R(img.roi(), img.step(), img.size(), d, threshold, lines.data(),
+                                       maxLines, &count, buf.data() + bufOffset);
   for (int i = 0; i < bufOffset; ++i) EXPECT_EQ(buf[i], before[i]) << "written before the buffer";
   for (size_t i = (size_t)size + bufOffset; i < buf.size(); ++i)
     if (buf[i] != before[i]) {
@@ -134,9 +136,11 @@ Search runSearch(const Plane<Kvp8u>& img, KvpPointPolar d, int threshold, int ma
   if (got.lines.size() != want.lines.size())
     return ::testing::AssertionFailure() << got.lines.size() << " lines, expected " << want.lines.size();
   for (size_t k = 0; k < got.lines.size(); ++k)
-    if (std::memcmp(&got.lines[k].rho, &want.lines[k].rho, 4) || std::memcmp(&got.lines[k].theta, &want.lines[k].theta, 4))
-      return ::testing::AssertionFailure() << "line " << k << ": (" << got.lines[k].rho << ", " << got.lines[k].theta
-                                           << ") expected (" << want.lines[k].rho << ", " << want.lines[k].theta << ")";
+    if (std::memcmp(&got.lines[k].rho, &want.lines[k].rho, 4) ||
+        std::memcmp(&got.lines[k].theta, &want.lines[k].theta, 4))
+      return ::testing::AssertionFailure()
+             << "line " << k << ": (" << got.lines[k].rho << ", " << got.lines[k].theta << ") expected ("
+             << want.lines[k].rho << ", " << want.lines[k].theta << ")";
   return ::testing::AssertionSuccess();
 }
 
@@ -200,9 +204,11 @@ TEST(HoughSize, OverflowWarningStoresTruncatedSize) {
 // 16 x 8192 rho cells (2^33 / 2^20) + 288.
 TEST(HoughSize, HugeImagesWarn) {
   int size = 0;
-  EXPECT_EQ(kvpiHoughLineGetSize_8u_C1R({2147483632, 2147483647}, {1048576.f, 1.f}, 10, &size), kvpStsSizeOverflow);
+  EXPECT_EQ(kvpiHoughLineGetSize_8u_C1R({2147483632, 2147483647}, {1048576.f, 1.f}, 10, &size),
+            kvpStsSizeOverflow);
   EXPECT_EQ(size, 160 + 32 + 131072 + 288);
-  EXPECT_EQ(kvpiHoughLineGetSize_8u_C1R({2147483647, 2147483647}, {1048576.f, 1.f}, 10, &size), kvpStsSizeOverflow);
+  EXPECT_EQ(kvpiHoughLineGetSize_8u_C1R({2147483647, 2147483647}, {1048576.f, 1.f}, 10, &size),
+            kvpStsSizeOverflow);
 }
 
 TEST(HoughSize, CheckOrder) {
@@ -248,15 +254,42 @@ TEST(HoughChecks, OrderAndNothingWritten) {
     return a;
   };
   const std::vector<Case> cases = {
-      {"null src beats bad step", with([](SearchArgs& a) { a.src = nullptr; a.step = 0; }), kvpStsNullPtr},
-      {"null lines", with([](SearchArgs& a) { a.lines = nullptr; a.roi = {0, 0}; }), kvpStsNullPtr},
+      {"null src beats bad step", with([](SearchArgs& a) {
+         a.src = nullptr;
+         a.step = 0;
+       }),
+       kvpStsNullPtr},
+      {"null lines", with([](SearchArgs& a) {
+         a.lines = nullptr;
+         a.roi = {0, 0};
+       }),
+       kvpStsNullPtr},
       {"null count", with([](SearchArgs& a) { a.count = nullptr; }), kvpStsNullPtr},
-      {"null buffer", with([](SearchArgs& a) { a.buf = nullptr; a.threshold = 0; }), kvpStsNullPtr},
-      {"step 0 beats bad size", with([](SearchArgs& a) { a.step = 0; a.roi = {0, 1}; }), kvpStsBadStep},
+      {"null buffer", with([](SearchArgs& a) {
+         a.buf = nullptr;
+         a.threshold = 0;
+       }),
+       kvpStsNullPtr},
+      {"step 0 beats bad size", with([](SearchArgs& a) {
+         a.step = 0;
+         a.roi = {0, 1};
+       }),
+       kvpStsBadStep},
       {"negative step", with([](SearchArgs& a) { a.step = -10; }), kvpStsBadStep},
-      {"width 0 beats bad args", with([](SearchArgs& a) { a.roi = {0, 10}; a.threshold = 0; }), kvpStsBadSize},
-      {"height 0", with([](SearchArgs& a) { a.roi = {10, 0}; }), kvpStsBadSize},
-      {"maxLineCount 0", with([](SearchArgs& a) { a.maxLines = 0; a.d.rho = 0; }), kvpStsBadSize},
+      {"width 0 beats bad args", with([](SearchArgs& a) {
+         a.roi = {0, 10};
+         a.threshold = 0;
+       }),
+       kvpStsBadSize},
+      {"height 0", with([](SearchArgs& a) {
+         a.roi = {10, 0};
+       }),
+       kvpStsBadSize},
+      {"maxLineCount 0", with([](SearchArgs& a) {
+         a.maxLines = 0;
+         a.d.rho = 0;
+       }),
+       kvpStsBadSize},
       {"threshold 0", with([](SearchArgs& a) { a.threshold = 0; }), kvpStsBadArg},
       {"rho step 0", with([](SearchArgs& a) { a.d.rho = 0.f; }), kvpStsBadArg},
       {"rho step above w + h", with([](SearchArgs& a) { a.d.rho = 20.001f; }), kvpStsBadArg},
@@ -272,8 +305,8 @@ TEST(HoughChecks, OrderAndNothingWritten) {
       const KvpStatus st =
           region ? kvpiHoughLine_Region_8u32f_C1R(c.a.src, c.a.step, c.a.roi, c.a.d, c.a.threshold, c.a.lines,
                                                   c.a.maxLines, c.a.count, c.a.buf, win)
-                 : kvpiHoughLine_8u32f_C1R(c.a.src, c.a.step, c.a.roi, c.a.d, c.a.threshold, c.a.lines, c.a.maxLines,
-                                           c.a.count, c.a.buf);
+                 : kvpiHoughLine_8u32f_C1R(c.a.src, c.a.step, c.a.roi, c.a.d, c.a.threshold, c.a.lines,
+                                           c.a.maxLines, c.a.count, c.a.buf);
       EXPECT_EQ(st, c.want) << c.what << (region ? " (region)" : "");
       EXPECT_EQ(count, -9) << c.what;
       EXPECT_EQ(lines[0].rho, -3.f) << c.what;
@@ -281,10 +314,12 @@ TEST(HoughChecks, OrderAndNothingWritten) {
     }
   // Accepted limits: rho step exactly w + h, theta step exactly 3.14159, and a
   // step smaller than the row (the step is not compared with the width).
-  EXPECT_EQ(kvpiHoughLine_8u32f_C1R(img.data(), 10, {10, 10}, {20.f, 3.14159f}, 1, lines.data(), 4, &count, buf.data()),
+  EXPECT_EQ(kvpiHoughLine_8u32f_C1R(img.data(), 10, {10, 10}, {20.f, 3.14159f}, 1, lines.data(), 4, &count,
+                                    buf.data()),
             kvpStsOk);
-  EXPECT_EQ(kvpiHoughLine_8u32f_C1R(img.data(), 1, {10, 10}, {1.f, kDeg}, 1, lines.data(), 4, &count, buf.data()),
-            kvpStsOk);
+  EXPECT_EQ(
+      kvpiHoughLine_8u32f_C1R(img.data(), 1, {10, 10}, {1.f, kDeg}, 1, lines.data(), 4, &count, buf.data()),
+      kvpStsOk);
 }
 
 TEST(HoughChecks, RegionRangeAfterSearchChecks) {
@@ -295,8 +330,8 @@ TEST(HoughChecks, RegionRangeAfterSearchChecks) {
   const KvpPointPolar nanLo[2] = {{NAN, 0.f}, {5.f, 0.f}};
   const KvpPointPolar nanHi[2] = {{0.f, 0.f}, {NAN, 0.f}};
   auto call = [&](const KvpPointPolar* win, int threshold) {
-    return kvpiHoughLine_Region_8u32f_C1R(img.data(), 10, {10, 10}, {1.f, kDeg}, threshold, lines.data(), 4, &count,
-                                          buf.data(), win);
+    return kvpiHoughLine_Region_8u32f_C1R(img.data(), 10, {10, 10}, {1.f, kDeg}, threshold, lines.data(), 4,
+                                          &count, buf.data(), win);
   };
   EXPECT_EQ(call(nullptr, 1), kvpStsNullPtr);
   EXPECT_EQ(call(reversed, 1), kvpStsBadRange);
@@ -390,16 +425,17 @@ struct Params {
 
 const std::vector<Params>& paramSweep() {
   static const std::vector<Params> p = {
-      {{1.f, kDeg}, 4, 50},       {{1.f, kDeg}, 1, 1000},    {{0.5f, 0.01f}, 3, 20},
-      {{2.f, 2 * kDeg}, 6, 7},    {{1.5f, 0.3f}, 2, 30},     {{3.7f, 0.05f}, 5, 3},
-      {{1.f, 1.0f}, 1, 64},       {{0.25f, 0.7f}, 2, 500},   {{1.f, 3.14159f}, 1, 9},
+      {{1.f, kDeg}, 4, 50},    {{1.f, kDeg}, 1, 1000},  {{0.5f, 0.01f}, 3, 20},
+      {{2.f, 2 * kDeg}, 6, 7}, {{1.5f, 0.3f}, 2, 30},   {{3.7f, 0.05f}, 5, 3},
+      {{1.f, 1.0f}, 1, 64},    {{0.25f, 0.7f}, 2, 500}, {{1.f, 3.14159f}, 1, 9},
   };
   return p;
 }
 
 TEST(HoughLines, RandomSparseImagesMatchReference) {
   Rng rng = kvt::makeRng(6);
-  const KvpiSize sizes[] = {{1, 1}, {2, 1}, {1, 9}, {7, 3}, {17, 23}, {40, 31}, {64, 64}, {97, 45}, {160, 120}};
+  const KvpiSize sizes[] = {{1, 1},   {2, 1},   {1, 9},   {7, 3},    {17, 23},
+                            {40, 31}, {64, 64}, {97, 45}, {160, 120}};
   for (KvpiSize s : sizes)
     for (const Params& p : paramSweep()) {
       const Plane<Kvp8u> img = sparse(s.width, s.height, 0.08, rng);
@@ -407,7 +443,8 @@ TEST(HoughLines, RandomSparseImagesMatchReference) {
         EXPECT_EQ(runSearch(img, p.d, p.threshold, p.maxLines).status, kvpStsBadArg);
         continue;
       }
-      EXPECT_TRUE(sameLines(runSearch(img, p.d, p.threshold, p.maxLines), reference(img, p.d, p.threshold, p.maxLines)))
+      EXPECT_TRUE(sameLines(runSearch(img, p.d, p.threshold, p.maxLines),
+                            reference(img, p.d, p.threshold, p.maxLines)))
           << kvt::describe(s) << " d=(" << p.d.rho << ", " << p.d.theta << ") thr " << p.threshold;
     }
 }
@@ -484,8 +521,10 @@ TEST(HoughLines, PhotographEdgeMapMatchesReference) {
   bool ok = false;
   const Plane<Kvp8u> img = photoEdges(rng, ok);
   if (!ok) GTEST_SKIP() << "photograph not readable";
-  for (const Params& p : {Params{{1.f, kDeg}, 60, 40}, Params{{2.f, 0.02f}, 80, 200}, Params{{0.5f, 0.1f}, 30, 15}})
-    EXPECT_TRUE(sameLines(runSearch(img, p.d, p.threshold, p.maxLines), reference(img, p.d, p.threshold, p.maxLines)));
+  for (const Params& p :
+       {Params{{1.f, kDeg}, 60, 40}, Params{{2.f, 0.02f}, 80, 200}, Params{{0.5f, 0.1f}, 30, 15}})
+    EXPECT_TRUE(sameLines(runSearch(img, p.d, p.threshold, p.maxLines),
+                          reference(img, p.d, p.threshold, p.maxLines)));
 }
 
 // ---- the rho window ---------------------------------------------------------

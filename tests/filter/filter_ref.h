@@ -17,14 +17,23 @@ namespace ref {
 inline int borderPixel(int p, int w, int type) {
   while (p < 0 || p >= w) {
     switch (type) {
-      case 0: return -1;
-      case 1: p = p < 0 ? 0 : w - 1; break;
-      case 2: p = p < 0 ? p + w : p - w; break;
-      case 3:
-        if (w == 1) p = 0;
-        else p = p < 0 ? -p : 2 * (w - 1) - p;
+      case 0:
+        return -1;
+      case 1:
+        p = p < 0 ? 0 : w - 1;
         break;
-      case 4: p = p < 0 ? -1 - p : 2 * w - 1 - p; break;
+      case 2:
+        p = p < 0 ? p + w : p - w;
+        break;
+      case 3:
+        if (w == 1)
+          p = 0;
+        else
+          p = p < 0 ? -p : 2 * (w - 1) - p;
+        break;
+      case 4:
+        p = p < 0 ? -1 - p : 2 * w - 1 - p;
+        break;
     }
   }
   return p;
@@ -57,8 +66,8 @@ enum class Mode { Scaled, Low, Float };
 
 // One filtered row (width * ch outputs).
 template <class S, class D, class K>
-void row(const S* src, int w, int ch, const K* kernel, int k, int anchor, int type, const S* values, int divisor,
-         Mode mode, D* out) {
+void row(const S* src, int w, int ch, const K* kernel, int k, int anchor, int type, const S* values,
+         int divisor, Mode mode, D* out) {
   for (int x = 0; x < w; ++x)
     for (int c = 0; c < ch; ++c) {
       if (mode == Mode::Float) {
@@ -71,16 +80,20 @@ void row(const S* src, int w, int ch, const K* kernel, int k, int anchor, int ty
         continue;
       }
       int64_t sum = 0;
-      for (int j = 0; j < k; ++j) sum += (int64_t)kernel[j] * extended(src, w, ch, type, values, x - anchor + j, c);
-      if (mode == Mode::Low) out[x * ch + c] = (D)lowScale(sum, divisor);
-      else out[x * ch + c] = clampRound<D>((float)(int32_t)(uint32_t)(uint64_t)sum * (1.0f / (float)divisor), -32768.f, 32767.f);
+      for (int j = 0; j < k; ++j)
+        sum += (int64_t)kernel[j] * extended(src, w, ch, type, values, x - anchor + j, c);
+      if (mode == Mode::Low)
+        out[x * ch + c] = (D)lowScale(sum, divisor);
+      else
+        out[x * ch + c] = clampRound<D>((float)(int32_t)(uint32_t)(uint64_t)sum * (1.0f / (float)divisor),
+                                        -32768.f, 32767.f);
     }
 }
 
 // One destination row of the column pass from rows[0..k-1].
 template <class S, class D, class K>
-void column(const S* const* rows, int elems, const K* kernel, int k, int divisor, Mode mode, float lo, float hi,
-            D* out) {
+void column(const S* const* rows, int elems, const K* kernel, int k, int divisor, Mode mode, float lo,
+            float hi, D* out) {
   const float recip = 1.0f / (float)divisor;
   for (int e = 0; e < elems; ++e) {
     if (mode == Mode::Float) {

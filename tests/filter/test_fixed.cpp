@@ -17,17 +17,26 @@ struct Taps {
 
 // Row table order: 3 kerDx, 3 kerScharr, 3 kerDxNeg, 5 kerDxNeg, 3 kerDx2,
 // 5 kerDx2, 3 kerSobel, 5 kerSobel, 3 kerAvr, 5 kerAvr, 3 kerLaplacian.
-const Taps kRowTaps[11] = {{3, {-1, 0, 1}},      {3, {3, 10, 3}},        {3, {1, 0, -1}},     {5, {1, 2, 0, -2, -1}},
-                           {3, {1, -2, 1}},      {5, {1, 0, -2, 0, 1}},  {3, {1, 2, 1}},      {5, {1, 4, 6, 4, 1}},
-                           {3, {1, 1, 1}},       {5, {1, 1, 1, 1, 1}},   {3, {1, 0, 1}}};
+const Taps kRowTaps[11] = {{3, {-1, 0, 1}}, {3, {3, 10, 3}},       {3, {1, 0, -1}}, {5, {1, 2, 0, -2, -1}},
+                           {3, {1, -2, 1}}, {5, {1, 0, -2, 0, 1}}, {3, {1, 2, 1}},  {5, {1, 4, 6, 4, 1}},
+                           {3, {1, 1, 1}},  {5, {1, 1, 1, 1, 1}},  {3, {1, 0, 1}}};
 
 // Column table order (float table): 3 kerScharr, 3 kerDx, 3 kerSobel,
 // 5 kerSobel, 5 kerDx, 3 kerDx2, 5 kerDx2, 3 kerLaplacian, 5 kerLaplacian,
 // 3 kerAvr, 5 kerAvr, 3 kerSobelNeg, 5 kerSobelNeg.
 const Taps kSobelNeg3{3, {-1, -2, -1}}, kSobelNeg5{5, {-1, -4, -6, -4, -1}}, kLap3{3, {1, 0, 1}};
-const Taps kColTaps32f[13] = {{3, {3, 10, 3}},     {3, {-1, 0, 1}},       {3, {1, 2, 1}},       {5, {1, 4, 6, 4, 1}},
-                              {5, {-1, -2, 0, 2, 1}}, {3, {1, -2, 1}},    {5, {1, 0, -2, 0, 1}}, kLap3,
-                              {5, {1, 0, 0, 0, 1}}, {3, {1, 1, 1}},       {5, {1, 1, 1, 1, 1}}, kSobelNeg3,
+const Taps kColTaps32f[13] = {{3, {3, 10, 3}},
+                              {3, {-1, 0, 1}},
+                              {3, {1, 2, 1}},
+                              {5, {1, 4, 6, 4, 1}},
+                              {5, {-1, -2, 0, 2, 1}},
+                              {3, {1, -2, 1}},
+                              {5, {1, 0, -2, 0, 1}},
+                              kLap3,
+                              {5, {1, 0, 0, 0, 1}},
+                              {3, {1, 1, 1}},
+                              {5, {1, 1, 1, 1, 1}},
+                              kSobelNeg3,
                               kSobelNeg5};
 
 Taps colTaps16(int i, bool to8s) {
@@ -43,11 +52,13 @@ TEST(FilterFixedKernels, RowRoutinesEqualGeneralRoute) {
   for (int i = 0; i < 11; ++i)
     for (int border = 0; border < 5; ++border)
       for (int w : {1, 2, 3, 4, 7, 33}) {
-        SCOPED_TRACE("slot " + std::to_string(i) + " border " + std::to_string(border) + " width " + std::to_string(w));
+        SCOPED_TRACE("slot " + std::to_string(i) + " border " + std::to_string(border) + " width " +
+                     std::to_string(w));
         const Taps& tp = kRowTaps[i];
         std::vector<Kvp8u> src8(w);
         std::vector<Kvp32f> src32(w);
-        for (int x = 0; x < w; ++x) src8[x] = (Kvp8u)(rng() & 255), src32[x] = (float)(int)(rng() % 2001) / 8 - 100;
+        for (int x = 0; x < w; ++x)
+          src8[x] = (Kvp8u)(rng() & 255), src32[x] = (float)(int)(rng() % 2001) / 8 - 100;
         const Kvp8u v8 = (Kvp8u)(rng() & 255);
         const Kvp32f v32 = -3.25f;
         std::vector<Kvp16s> k16(tp.t.begin(), tp.t.end());
@@ -58,10 +69,10 @@ TEST(FilterFixedKernels, RowRoutinesEqualGeneralRoute) {
         std::vector<Kvp32f> got32(w), want32(w);
         Kvp16s* d16 = want16.data();
         Kvp32f* d32 = want32.data();
-        ASSERT_EQ(kvpStsOk, kvpiFilterRowBorderPipeline_8u16s_C1R(src8.data(), w, &d16, {w, 1}, k16.data(), tp.k,
-                                                                  tp.k / 2, border, v8, 1, buf.data()));
-        ASSERT_EQ(kvpStsOk, kvpiFilterRowBorderPipeline_32f_C1R(src32.data(), 4 * w, &d32, {w, 1}, k32.data(), tp.k,
-                                                                tp.k / 2, border, v32, buf.data()));
+        ASSERT_EQ(kvpStsOk, kvpiFilterRowBorderPipeline_8u16s_C1R(src8.data(), w, &d16, {w, 1}, k16.data(),
+                                                                  tp.k, tp.k / 2, border, v8, 1, buf.data()));
+        ASSERT_EQ(kvpStsOk, kvpiFilterRowBorderPipeline_32f_C1R(src32.data(), 4 * w, &d32, {w, 1}, k32.data(),
+                                                                tp.k, tp.k / 2, border, v32, buf.data()));
         (*owntabRow_8u16s[i])[border](src8.data(), got16.data(), w, 0, v8);
         (*owntabRow_32f[i])[border](src32.data(), got32.data(), w, 0, v32);
         EXPECT_EQ(want16, got16);
@@ -75,7 +86,8 @@ TEST(FilterFixedKernels, RowRoutinesReadInMemoryBorders) {
   for (int i = 0; i < 11; ++i)
     for (int border = 0; border < 5; ++border)
       for (int flags : {64, 128, 192}) {
-        SCOPED_TRACE("slot " + std::to_string(i) + " border " + std::to_string(border) + " flags " + std::to_string(flags));
+        SCOPED_TRACE("slot " + std::to_string(i) + " border " + std::to_string(border) + " flags " +
+                     std::to_string(flags));
         std::vector<Kvp8u> line(w + 2 * pad);
         for (auto& v : line) v = (Kvp8u)(rng() & 255);
         const Kvp8u* src = line.data() + pad;
@@ -98,8 +110,9 @@ TEST(FilterFixedKernels, RowRoutinesReadInMemoryBorders) {
 }
 
 template <class D, class F>
-void checkColumnTable(const char* name, F table, bool to8s, KvpStatus (*general)(const Kvp16s**, D*, int, KvpiSize,
-                                                                                  const Kvp16s*, int, int, Kvp8u*)) {
+void checkColumnTable(const char* name, F table, bool to8s,
+                      KvpStatus (*general)(const Kvp16s**, D*, int, KvpiSize, const Kvp16s*, int, int,
+                                           Kvp8u*)) {
   kvt::Rng rng = kvt::makeRng(std::hash<std::string>{}(name));
   Kvp8u buf[64];
   const int w = 37;

@@ -29,8 +29,10 @@ struct Buffer {
 
 template <class T>
 T randomValue(kvt::Rng& rng, int lo, int hi) {
-  if constexpr (std::is_floating_point_v<T>) return (T)std::uniform_real_distribution<float>((float)lo, (float)hi)(rng);
-  else return (T)std::uniform_int_distribution<int>(lo, hi)(rng);
+  if constexpr (std::is_floating_point_v<T>)
+    return (T)std::uniform_real_distribution<float>((float)lo, (float)hi)(rng);
+  else
+    return (T)std::uniform_int_distribution<int>(lo, hi)(rng);
 }
 
 template <class S, class D, class K>
@@ -48,17 +50,15 @@ struct RowCase {
 template <class S, class D, class K, class F, class G>
 RowCase<S, D, K> rowC1(const char* name, ref::Mode m, int lo, int hi, int tlo, int thi, F f, G g) {
   RowCase<S, D, K> c{name, 1, m, true, lo, hi, tlo, thi, {}, g};
-  c.call = [f](const S* s, int ss, D** d, KvpiSize r, const K* k, int n, int a, int b, const S* v, int div, Kvp8u* buf) {
-    return f(s, ss, d, r, k, n, a, b, *v, div, buf);
-  };
+  c.call = [f](const S* s, int ss, D** d, KvpiSize r, const K* k, int n, int a, int b, const S* v, int div,
+               Kvp8u* buf) { return f(s, ss, d, r, k, n, a, b, *v, div, buf); };
   return c;
 }
 template <class S, class D, class K, class F, class G>
 RowCase<S, D, K> rowC3(const char* name, ref::Mode m, int lo, int hi, int tlo, int thi, F f, G g) {
   RowCase<S, D, K> c{name, 3, m, true, lo, hi, tlo, thi, {}, g};
-  c.call = [f](const S* s, int ss, D** d, KvpiSize r, const K* k, int n, int a, int b, const S* v, int div, Kvp8u* buf) {
-    return f(s, ss, d, r, k, n, a, b, v, div, buf);
-  };
+  c.call = [f](const S* s, int ss, D** d, KvpiSize r, const K* k, int n, int a, int b, const S* v, int div,
+               Kvp8u* buf) { return f(s, ss, d, r, k, n, a, b, v, div, buf); };
   return c;
 }
 template <class F, class G>
@@ -67,8 +67,8 @@ RowCase<Kvp32f, Kvp32f, Kvp32f> row32(const char* name, int ch, F f, G g) {
   if (ch == 1)
     c.call = [f](const Kvp32f* s, int ss, Kvp32f** d, KvpiSize r, const Kvp32f* k, int n, int a, int b,
                  const Kvp32f* v, int, Kvp8u* buf) {
-      if constexpr (std::is_invocable_v<F, const Kvp32f*, int, Kvp32f**, KvpiSize, const Kvp32f*, int, int, int,
-                                        Kvp32f, Kvp8u*>)
+      if constexpr (std::is_invocable_v<F, const Kvp32f*, int, Kvp32f**, KvpiSize, const Kvp32f*, int, int,
+                                        int, Kvp32f, Kvp8u*>)
         return f(s, ss, d, r, k, n, a, b, *v, buf);
       else
         return kvpStsError;
@@ -76,8 +76,8 @@ RowCase<Kvp32f, Kvp32f, Kvp32f> row32(const char* name, int ch, F f, G g) {
   else
     c.call = [f](const Kvp32f* s, int ss, Kvp32f** d, KvpiSize r, const Kvp32f* k, int n, int a, int b,
                  const Kvp32f* v, int, Kvp8u* buf) {
-      if constexpr (std::is_invocable_v<F, const Kvp32f*, int, Kvp32f**, KvpiSize, const Kvp32f*, int, int, int,
-                                        const Kvp32f*, Kvp8u*>)
+      if constexpr (std::is_invocable_v<F, const Kvp32f*, int, Kvp32f**, KvpiSize, const Kvp32f*, int, int,
+                                        int, const Kvp32f*, Kvp8u*>)
         return f(s, ss, d, r, k, n, a, b, v, buf);
       else
         return kvpStsError;
@@ -88,8 +88,8 @@ RowCase<Kvp32f, Kvp32f, Kvp32f> row32(const char* name, int ch, F f, G g) {
 // Runs one row configuration at the current thread count and compares with
 // the reference; the destination rows are handed over in a shuffled order.
 template <class S, class D, class K>
-void checkRowOnce(const RowCase<S, D, K>& c, kvt::Rng& rng, KvpiSize sz, int k, int anchor, int type, int divisor,
-                  const std::vector<K>& kernel, const Plane<S>& src, const S* values) {
+void checkRowOnce(const RowCase<S, D, K>& c, kvt::Rng& rng, KvpiSize sz, int k, int anchor, int type,
+                  int divisor, const std::vector<K>& kernel, const Plane<S>& src, const S* values) {
   int bytes = 0;
   ASSERT_EQ(kvpStsOk, c.size(sz, k, &bytes));
   Buffer buf(bytes);
@@ -100,13 +100,14 @@ void checkRowOnce(const RowCase<S, D, K>& c, kvt::Rng& rng, KvpiSize sz, int k, 
   std::vector<D*> rows(sz.height);
   for (int y = 0; y < sz.height; ++y) rows[y] = dst.row(order[y]);
   const auto before = dst.bytes();
-  ASSERT_EQ(kvpStsOk, c.call(src.roi(), src.step(), rows.data(), sz, kernel.data(), k, anchor, type, values, divisor,
-                             buf.data()));
+  ASSERT_EQ(kvpStsOk, c.call(src.roi(), src.step(), rows.data(), sz, kernel.data(), k, anchor, type, values,
+                             divisor, buf.data()));
   ASSERT_TRUE(buf.guardIntact()) << "written past the reported buffer size";
   ASSERT_TRUE(dst.sameOutsideRoi(before));
   std::vector<D> expect((size_t)sz.width * c.ch);
   for (int y = 0; y < sz.height; ++y) {
-    ref::row(src.row(y), sz.width, c.ch, kernel.data(), k, anchor, type, values, divisor, c.mode, expect.data());
+    ref::row(src.row(y), sz.width, c.ch, kernel.data(), k, anchor, type, values, divisor, c.mode,
+             expect.data());
     for (int i = 0; i < sz.width * c.ch; ++i)
       ASSERT_EQ(0, std::memcmp(&expect[i], &rows[y][i], sizeof(D)))
           << "row " << y << " element " << i << ": " << +expect[i] << " vs " << +rows[y][i];
@@ -124,8 +125,10 @@ void runRowCase(const RowCase<S, D, K>& c) {
       for (int type = 0; type <= 4; ++type) {
         // Every anchor for the small kernels; first, middle and last otherwise.
         std::vector<int> anchors;
-        if (k <= 5) for (int a = 0; a < k; ++a) anchors.push_back(a);
-        else anchors = {0, k / 2, k - 1};
+        if (k <= 5)
+          for (int a = 0; a < k; ++a) anchors.push_back(a);
+        else
+          anchors = {0, k / 2, k - 1};
         for (int anchor : anchors) {
           SCOPED_TRACE(std::string(c.name) + " " + kvt::describe(sz) + " k=" + std::to_string(k) +
                        " anchor=" + std::to_string(anchor) + " border=" + std::to_string(type));
@@ -147,7 +150,8 @@ void runRowCase(const RowCase<S, D, K>& c) {
       src.fill([&] { return randomValue<S>(rng, c.lo, c.hi); });
       std::vector<K> kernel(k);
       for (auto& t : kernel) t = randomValue<K>(rng, c.tapLo, c.tapHi);
-      S values[3] = {randomValue<S>(rng, c.lo, c.hi), randomValue<S>(rng, c.lo, c.hi), randomValue<S>(rng, c.lo, c.hi)};
+      S values[3] = {randomValue<S>(rng, c.lo, c.hi), randomValue<S>(rng, c.lo, c.hi),
+                     randomValue<S>(rng, c.lo, c.hi)};
       for (int threads : kvt::threadCounts()) {
         SCOPED_TRACE(std::string(c.name) + " " + kvt::describe(sz) + " threads " + std::to_string(threads));
         kvt::Threads scope(threads);
@@ -185,8 +189,10 @@ TEST(FilterRowPipeline, MatchesReferenceLow16s) {
 }
 
 TEST(FilterRowPipeline, MatchesReference32f) {
-  runRowCase(row32("32f_C1", 1, kvpiFilterRowBorderPipeline_32f_C1R, kvpiFilterRowBorderPipelineGetBufferSize_32f_C1R));
-  runRowCase(row32("32f_C3", 3, kvpiFilterRowBorderPipeline_32f_C3R, kvpiFilterRowBorderPipelineGetBufferSize_32f_C3R));
+  runRowCase(row32("32f_C1", 1, kvpiFilterRowBorderPipeline_32f_C1R,
+                   kvpiFilterRowBorderPipelineGetBufferSize_32f_C1R));
+  runRowCase(row32("32f_C3", 3, kvpiFilterRowBorderPipeline_32f_C3R,
+                   kvpiFilterRowBorderPipelineGetBufferSize_32f_C3R));
 }
 
 // ---- column pass ---------------------------------------------------------------
@@ -286,20 +292,26 @@ void runColumnCase(const ColCase<S, D, K>& c) {
 
 TEST(FilterColumnPipeline, MatchesReference16s) {
   runColumnCase(colInt<Kvp16s>("col16s_C1", 1, ref::Mode::Scaled, -32768, 32767, -32768, 32767, -40, 40,
-                               kvpiFilterColumnPipeline_16s_C1R, kvpiFilterColumnPipelineGetBufferSize_16s_C1R));
+                               kvpiFilterColumnPipeline_16s_C1R,
+                               kvpiFilterColumnPipelineGetBufferSize_16s_C1R));
   runColumnCase(colInt<Kvp16s>("col16s_C3", 3, ref::Mode::Scaled, -32768, 32767, -32768, 32767, -40, 40,
-                               kvpiFilterColumnPipeline_16s_C3R, kvpiFilterColumnPipelineGetBufferSize_16s_C3R));
+                               kvpiFilterColumnPipeline_16s_C3R,
+                               kvpiFilterColumnPipelineGetBufferSize_16s_C3R));
 }
 
 TEST(FilterColumnPipeline, MatchesReference16s8u8s) {
   runColumnCase(colInt<Kvp8u>("col16s8u_C1", 1, ref::Mode::Scaled, 0, 255, -2000, 2000, -5, 5,
-                              kvpiFilterColumnPipeline_16s8u_C1R, kvpiFilterColumnPipelineGetBufferSize_16s8u_C1R));
+                              kvpiFilterColumnPipeline_16s8u_C1R,
+                              kvpiFilterColumnPipelineGetBufferSize_16s8u_C1R));
   runColumnCase(colInt<Kvp8u>("col16s8u_C3", 3, ref::Mode::Scaled, 0, 255, -2000, 2000, -5, 5,
-                              kvpiFilterColumnPipeline_16s8u_C3R, kvpiFilterColumnPipelineGetBufferSize_16s8u_C3R));
+                              kvpiFilterColumnPipeline_16s8u_C3R,
+                              kvpiFilterColumnPipelineGetBufferSize_16s8u_C3R));
   runColumnCase(colInt<Kvp8s>("col16s8s_C1", 1, ref::Mode::Scaled, -128, 127, -2000, 2000, -5, 5,
-                              kvpiFilterColumnPipeline_16s8s_C1R, kvpiFilterColumnPipelineGetBufferSize_16s8s_C1R));
+                              kvpiFilterColumnPipeline_16s8s_C1R,
+                              kvpiFilterColumnPipelineGetBufferSize_16s8s_C1R));
   runColumnCase(colInt<Kvp8s>("col16s8s_C3", 3, ref::Mode::Scaled, -128, 127, -2000, 2000, -5, 5,
-                              kvpiFilterColumnPipeline_16s8s_C3R, kvpiFilterColumnPipelineGetBufferSize_16s8s_C3R));
+                              kvpiFilterColumnPipeline_16s8s_C3R,
+                              kvpiFilterColumnPipelineGetBufferSize_16s8s_C3R));
 }
 
 // Power-of-two divisors with kernels on either side of the bounds that let
@@ -308,9 +320,17 @@ TEST(FilterColumnPipeline, MatchesReference16s8u8s) {
 TEST(FilterPipeline, IntegerRoutesAtTheirLimits) {
   kvt::Rng rng = kvt::makeRng(41);
   const int divisors[] = {1, -1, 2, 4, -16, 128, 256, 16384, 32768};
-  const std::vector<std::vector<Kvp16s>> rowKernels = {
-      {128}, {-128}, {43, -43, 42}, {43, 43, 43}, {-1, 2, -1}, {1, 2, 1}, {20000, 20000, 25000},
-      {20000, -20000, 25800}, {32767, -32768, 32767}, {1, 4, 6, 4, 1}, {3, -10, 3, 9, -3, 1, 7}};
+  const std::vector<std::vector<Kvp16s>> rowKernels = {{128},
+                                                       {-128},
+                                                       {43, -43, 42},
+                                                       {43, 43, 43},
+                                                       {-1, 2, -1},
+                                                       {1, 2, 1},
+                                                       {20000, 20000, 25000},
+                                                       {20000, -20000, 25800},
+                                                       {32767, -32768, 32767},
+                                                       {1, 4, 6, 4, 1},
+                                                       {3, -10, 3, 9, -3, 1, 7}};
   const KvpiSize sizes[] = {{1, 1}, {7, 3}, {64, 2}, {101, 3}};
   const auto c1 = rowC1<Kvp8u, Kvp16s, Kvp16s>("8u16s_C1", ref::Mode::Scaled, 0, 255, 0, 0,
                                                kvpiFilterRowBorderPipeline_8u16s_C1R,
@@ -323,23 +343,32 @@ TEST(FilterPipeline, IntegerRoutesAtTheirLimits) {
       for (KvpiSize sz : sizes)
         for (const auto* c : {&c1, &c3}) {
           const int k = (int)kernel.size();
-          SCOPED_TRACE(std::string(c->name) + " " + kvt::describe(sz) + " k=" + std::to_string(k) + " tap0=" +
-                       std::to_string(kernel[0]) + " divisor=" + std::to_string(divisor));
+          SCOPED_TRACE(std::string(c->name) + " " + kvt::describe(sz) + " k=" + std::to_string(k) +
+                       " tap0=" + std::to_string(kernel[0]) + " divisor=" + std::to_string(divisor));
           Plane<Kvp8u> src(sz.width, sz.height, c->ch, rng);
           src.fill([&] { return (Kvp8u)(rng() % 3 == 0 ? rng() : (rng() & 1) * 255); });
           const Kvp8u values[3] = {255, 0, 255};
           checkRowOnce(*c, rng, sz, k, k / 2, (int)(rng() % 5), divisor, kernel, src, values);
           if (::testing::Test::HasFatalFailure()) return;
         }
-  const std::vector<std::vector<Kvp16s>> colKernels = {
-      {511}, {-512}, {170, 171, -170}, {170, 172, -170}, {1, 2, 1}, {-1, 0, 1}, {1, 4, 6, 4, 1},
-      {100, -100, 100, -100, 111}, {3, -10, 3, 9, -3, 1, 7}};
-  const auto col16 = colInt<Kvp16s>("col16s_C1", 1, ref::Mode::Scaled, -32768, 32767, -32768, 32767, 0, 0,
-                                    kvpiFilterColumnPipeline_16s_C1R, kvpiFilterColumnPipelineGetBufferSize_16s_C1R);
-  const auto col8u = colInt<Kvp8u>("col16s8u_C3", 3, ref::Mode::Scaled, 0, 255, -32768, 32767, 0, 0,
-                                   kvpiFilterColumnPipeline_16s8u_C3R, kvpiFilterColumnPipelineGetBufferSize_16s8u_C3R);
-  const auto col8s = colInt<Kvp8s>("col16s8s_C1", 1, ref::Mode::Scaled, -128, 127, -300, 300, 0, 0,
-                                   kvpiFilterColumnPipeline_16s8s_C1R, kvpiFilterColumnPipelineGetBufferSize_16s8s_C1R);
+  const std::vector<std::vector<Kvp16s>> colKernels = {{511},
+                                                       {-512},
+                                                       {170, 171, -170},
+                                                       {170, 172, -170},
+                                                       {1, 2, 1},
+                                                       {-1, 0, 1},
+                                                       {1, 4, 6, 4, 1},
+                                                       {100, -100, 100, -100, 111},
+                                                       {3, -10, 3, 9, -3, 1, 7}};
+  const auto col16 =
+      colInt<Kvp16s>("col16s_C1", 1, ref::Mode::Scaled, -32768, 32767, -32768, 32767, 0, 0,
+                     kvpiFilterColumnPipeline_16s_C1R, kvpiFilterColumnPipelineGetBufferSize_16s_C1R);
+  const auto col8u =
+      colInt<Kvp8u>("col16s8u_C3", 3, ref::Mode::Scaled, 0, 255, -32768, 32767, 0, 0,
+                    kvpiFilterColumnPipeline_16s8u_C3R, kvpiFilterColumnPipelineGetBufferSize_16s8u_C3R);
+  const auto col8s =
+      colInt<Kvp8s>("col16s8s_C1", 1, ref::Mode::Scaled, -128, 127, -300, 300, 0, 0,
+                    kvpiFilterColumnPipeline_16s8s_C1R, kvpiFilterColumnPipelineGetBufferSize_16s8s_C1R);
   for (const auto& kernel : colKernels)
     for (int divisor : divisors)
       for (KvpiSize sz : sizes) {
@@ -363,8 +392,10 @@ TEST(FilterColumnPipeline, MatchesReferenceLow16s) {
 }
 
 TEST(FilterColumnPipeline, MatchesReference32f) {
-  runColumnCase(col32("col32f_C1", 1, kvpiFilterColumnPipeline_32f_C1R, kvpiFilterColumnPipelineGetBufferSize_32f_C1R));
-  runColumnCase(col32("col32f_C3", 3, kvpiFilterColumnPipeline_32f_C3R, kvpiFilterColumnPipelineGetBufferSize_32f_C3R));
+  runColumnCase(
+      col32("col32f_C1", 1, kvpiFilterColumnPipeline_32f_C1R, kvpiFilterColumnPipelineGetBufferSize_32f_C1R));
+  runColumnCase(
+      col32("col32f_C3", 3, kvpiFilterColumnPipeline_32f_C3R, kvpiFilterColumnPipelineGetBufferSize_32f_C3R));
 }
 
 // ---- scaling edge cases ------------------------------------------------------------
@@ -397,13 +428,15 @@ TEST(FilterPipeline, ClampsBeforeRoundingHalfToEven) {
   Kvp16s out[4];
   Kvp16s* dst[1] = {out};
   const Kvp16s tap = 200;
-  ASSERT_EQ(kvpStsOk, kvpiFilterRowBorderPipeline_8u16s_C1R(src, 4, dst, {4, 1}, &tap, 1, 0, 1, 0, 2, rowBuf.data()));
+  ASSERT_EQ(kvpStsOk,
+            kvpiFilterRowBorderPipeline_8u16s_C1R(src, 4, dst, {4, 1}, &tap, 1, 0, 1, 0, 2, rowBuf.data()));
   EXPECT_EQ(0, out[0]);
   EXPECT_EQ(500, out[1]);
   EXPECT_EQ(25500, out[2]);
   EXPECT_EQ(700, out[3]);
   const Kvp16s big = 300;
-  ASSERT_EQ(kvpStsOk, kvpiFilterRowBorderPipeline_8u16s_C1R(src, 4, dst, {4, 1}, &big, 1, 0, 1, 0, 1, rowBuf.data()));
+  ASSERT_EQ(kvpStsOk,
+            kvpiFilterRowBorderPipeline_8u16s_C1R(src, 4, dst, {4, 1}, &big, 1, 0, 1, 0, 1, rowBuf.data()));
   EXPECT_EQ(32767, out[2]);
 }
 
@@ -431,8 +464,10 @@ TEST(FilterPipeline, OnePixelMirrorEqualsMirrorWithEdge) {
   Kvp16s* da[1] = {a};
   Kvp16s* db[1] = {b};
   for (int anchor = 0; anchor < 5; ++anchor) {
-    ASSERT_EQ(kvpStsOk, kvpiFilterRowBorderPipeline_8u16s_C1R(src, 1, da, {1, 1}, taps, 5, anchor, 3, 0, 1, buf.data()));
-    ASSERT_EQ(kvpStsOk, kvpiFilterRowBorderPipeline_8u16s_C1R(src, 1, db, {1, 1}, taps, 5, anchor, 4, 0, 1, buf.data()));
+    ASSERT_EQ(kvpStsOk, kvpiFilterRowBorderPipeline_8u16s_C1R(src, 1, da, {1, 1}, taps, 5, anchor, 3, 0, 1,
+                                                              buf.data()));
+    ASSERT_EQ(kvpStsOk, kvpiFilterRowBorderPipeline_8u16s_C1R(src, 1, db, {1, 1}, taps, 5, anchor, 4, 0, 1,
+                                                              buf.data()));
     EXPECT_EQ(a[0], b[0]);
     EXPECT_EQ(10 * 35, a[0]);
   }
@@ -479,7 +514,8 @@ TEST(FilterPipeline, BufferSizeFormulas) {
           const int aw = (sz.width + c.align - 1) / c.align * c.align;
           EXPECT_EQ(n * (c.mul * aw + 32 + 32 + 8 * (sz.height + k)), v);
         }
-        for (auto fn : {kvpiFilterColumnPipelineGetBufferSize_32f_C1R, kvpiFilterColumnPipelineGetBufferSize_32f_C3R}) {
+        for (auto fn :
+             {kvpiFilterColumnPipelineGetBufferSize_32f_C1R, kvpiFilterColumnPipelineGetBufferSize_32f_C3R}) {
           ASSERT_EQ(kvpStsOk, fn(sz, k, &v));
           EXPECT_EQ(32, v);
         }
@@ -506,7 +542,9 @@ TEST(FilterRowPipeline, ChecksInOrder) {
   const Kvp16s taps[3] = {1, 2, 1};
   const Kvp16s values[3] = {0, 0, 0};
   auto row = [&](const Kvp16s* s, int step, Kvp16s** d, KvpiSize sz, const Kvp16s* k, int n, int a, int b,
-                 int div, Kvp8u* bb) { return kvpiFilterRowBorderPipeline_16s_C1R(s, step, d, sz, k, n, a, b, 0, div, bb); };
+                 int div, Kvp8u* bb) {
+    return kvpiFilterRowBorderPipeline_16s_C1R(s, step, d, sz, k, n, a, b, 0, div, bb);
+  };
   const KvpiSize sz{8, 8};
   EXPECT_EQ(kvpStsNullPtr, row(nullptr, 1, dst.data(), {0, 0}, taps, 0, 9, 9, 0, buf.data()));
   EXPECT_EQ(kvpStsNullPtr, row(src.data(), 1, nullptr, {0, 0}, taps, 0, 9, 9, 0, buf.data()));
@@ -527,17 +565,24 @@ TEST(FilterRowPipeline, ChecksInOrder) {
   // Three channels: the border-value pointer matters only for type 0; the
   // 8u row has no step-multiple test.
   std::vector<Kvp8u> s8(64 * 8);
-  EXPECT_EQ(kvpStsNullPtr, kvpiFilterRowBorderPipeline_8u16s_C3R(s8.data(), 24, dst.data(), sz, taps, 3, 1, 0, nullptr, 0, buf.data()));
-  EXPECT_EQ(kvpStsBadArg, kvpiFilterRowBorderPipeline_8u16s_C3R(s8.data(), 25, dst.data(), sz, taps, 3, 1, 1, nullptr, 0, buf.data()));
-  EXPECT_EQ(kvpStsOk, kvpiFilterRowBorderPipeline_8u16s_C3R(s8.data(), 25, dst.data(), sz, taps, 3, 1, 1, nullptr, 1, buf.data()));
-  EXPECT_EQ(kvpStsBadStep, kvpiFilterRowBorderPipeline_16s_C3R(src.data(), 46, dst.data(), sz, taps, 3, 1, 0, values, 1, buf.data()));
+  EXPECT_EQ(kvpStsNullPtr, kvpiFilterRowBorderPipeline_8u16s_C3R(s8.data(), 24, dst.data(), sz, taps, 3, 1, 0,
+                                                                 nullptr, 0, buf.data()));
+  EXPECT_EQ(kvpStsBadArg, kvpiFilterRowBorderPipeline_8u16s_C3R(s8.data(), 25, dst.data(), sz, taps, 3, 1, 1,
+                                                                nullptr, 0, buf.data()));
+  EXPECT_EQ(kvpStsOk, kvpiFilterRowBorderPipeline_8u16s_C3R(s8.data(), 25, dst.data(), sz, taps, 3, 1, 1,
+                                                            nullptr, 1, buf.data()));
+  EXPECT_EQ(kvpStsBadStep, kvpiFilterRowBorderPipeline_16s_C3R(src.data(), 46, dst.data(), sz, taps, 3, 1, 0,
+                                                               values, 1, buf.data()));
   std::vector<Kvp32f> s32(64 * 8), o32(64 * 8);
   std::vector<Kvp32f*> d32(8);
   for (int y = 0; y < 8; ++y) d32[y] = &o32[y * 64];
   const Kvp32f t32[3] = {1, 2, 1};
-  EXPECT_EQ(kvpStsStepNotMultiple, kvpiFilterRowBorderPipeline_32f_C1R(s32.data(), 34, d32.data(), sz, t32, 3, 1, 9, 0, buf.data()));
-  EXPECT_EQ(kvpStsBadArg, kvpiFilterRowBorderPipeline_32f_C1R(s32.data(), 32, d32.data(), sz, t32, 3, 1, 9, 0, buf.data()));
-  EXPECT_EQ(kvpStsNullPtr, kvpiFilterRowBorderPipeline_32f_C3R(s32.data(), 96, d32.data(), sz, t32, 3, 1, 0, nullptr, buf.data()));
+  EXPECT_EQ(kvpStsStepNotMultiple,
+            kvpiFilterRowBorderPipeline_32f_C1R(s32.data(), 34, d32.data(), sz, t32, 3, 1, 9, 0, buf.data()));
+  EXPECT_EQ(kvpStsBadArg,
+            kvpiFilterRowBorderPipeline_32f_C1R(s32.data(), 32, d32.data(), sz, t32, 3, 1, 9, 0, buf.data()));
+  EXPECT_EQ(kvpStsNullPtr, kvpiFilterRowBorderPipeline_32f_C3R(s32.data(), 96, d32.data(), sz, t32, 3, 1, 0,
+                                                               nullptr, buf.data()));
 }
 
 TEST(FilterColumnPipeline, ChecksInOrder) {
@@ -547,9 +592,8 @@ TEST(FilterColumnPipeline, ChecksInOrder) {
   for (int y = 0; y < 12; ++y) rows[y] = &data[y * 16];
   std::vector<Kvp16s> out(16 * 10, 3);
   const Kvp16s taps[3] = {1, 2, 1};
-  auto col = [&](const Kvp16s** r, Kvp16s* d, int step, KvpiSize sz, const Kvp16s* k, int n, int div, Kvp8u* b) {
-    return kvpiFilterColumnPipeline_16s_C1R(r, d, step, sz, k, n, div, b);
-  };
+  auto col = [&](const Kvp16s** r, Kvp16s* d, int step, KvpiSize sz, const Kvp16s* k, int n, int div,
+                 Kvp8u* b) { return kvpiFilterColumnPipeline_16s_C1R(r, d, step, sz, k, n, div, b); };
   const KvpiSize sz{16, 10};
   EXPECT_EQ(kvpStsNullPtr, col(nullptr, out.data(), 0, {0, 0}, taps, 0, 0, nullptr));
   EXPECT_EQ(kvpStsNullPtr, col(rows.data(), nullptr, 0, {0, 0}, taps, 0, 0, nullptr));
@@ -563,21 +607,26 @@ TEST(FilterColumnPipeline, ChecksInOrder) {
   rows[11] = nullptr;  // entry height + k - 2
   EXPECT_EQ(kvpStsNullPtr, col(rows.data(), out.data(), 32, sz, taps, 3, 1, buf.data()));
   EXPECT_TRUE(std::all_of(out.begin(), out.end(), [](Kvp16s v) { return v == 3; })) << "written on failure";
-  EXPECT_EQ(kvpStsOk, col(rows.data(), out.data(), 32, {16, 9}, taps, 3, 1, buf.data()));  // entry 11 not read
+  EXPECT_EQ(kvpStsOk,
+            col(rows.data(), out.data(), 32, {16, 9}, taps, 3, 1, buf.data()));  // entry 11 not read
   rows[11] = rows[10];
   EXPECT_EQ(kvpStsOk, col(rows.data(), out.data(), 32, sz, taps, 3, 1, buf.data()));
 
   // 8u destinations have no multiple test; 32f has no divisor.
   std::vector<Kvp8u> o8(16 * 10);
-  EXPECT_EQ(kvpStsBadArg, kvpiFilterColumnPipeline_16s8u_C1R(rows.data(), o8.data(), 17, sz, taps, 3, 0, buf.data()));
+  EXPECT_EQ(kvpStsBadArg,
+            kvpiFilterColumnPipeline_16s8u_C1R(rows.data(), o8.data(), 17, sz, taps, 3, 0, buf.data()));
   std::vector<Kvp32f> f(48 * 12, 1.f), o32(48 * 10);
   std::vector<const Kvp32f*> frows(12);
   for (int y = 0; y < 12; ++y) frows[y] = &f[y * 48];
   const Kvp32f t32[3] = {1, 2, 1};
-  EXPECT_EQ(kvpStsStepNotMultiple, kvpiFilterColumnPipeline_32f_C3R(frows.data(), o32.data(), 193, sz, t32, 3, buf.data()));
-  EXPECT_EQ(kvpStsNullPtr, kvpiFilterColumnPipeline_32f_C3R(frows.data(), o32.data(), 192, sz, t32, 3, nullptr));
+  EXPECT_EQ(kvpStsStepNotMultiple,
+            kvpiFilterColumnPipeline_32f_C3R(frows.data(), o32.data(), 193, sz, t32, 3, buf.data()));
+  EXPECT_EQ(kvpStsNullPtr,
+            kvpiFilterColumnPipeline_32f_C3R(frows.data(), o32.data(), 192, sz, t32, 3, nullptr));
   frows[0] = nullptr;
-  EXPECT_EQ(kvpStsNullPtr, kvpiFilterColumnPipeline_32f_C3R(frows.data(), o32.data(), 192, sz, t32, 3, buf.data()));
+  EXPECT_EQ(kvpStsNullPtr,
+            kvpiFilterColumnPipeline_32f_C3R(frows.data(), o32.data(), 192, sz, t32, 3, buf.data()));
   EXPECT_TRUE(std::all_of(o32.begin(), o32.end(), [](Kvp32f v) { return v == 0.f; }));
 }
 

@@ -2,13 +2,12 @@
 // the enabled features through the core library before it loads the vision
 // library.
 #include <dlfcn.h>
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstring>
 #include <string>
-
-#include <gtest/gtest.h>
 
 #include "kvpcv.h"
 
@@ -29,7 +28,8 @@ int childRun(Kvp64u mask, int expectIndex) {
   if (std::memcmp(v->targetCpu, tag, 3) != 0 || v->targetCpu[3] != 0) return 13;
   if (std::strcmp(v->name, name) != 0) return 14;
   if (v->major != 7 || v->minor != 1 || v->majorBuild != 1 || v->build != 37466) return 15;
-  if (std::strcmp(v->version, "7.1.1 (r37466)") != 0 || std::strcmp(v->buildDate, "Sep 24 2012") != 0) return 16;
+  if (std::strcmp(v->version, "7.1.1 (r37466)") != 0 || std::strcmp(v->buildDate, "Sep 24 2012") != 0)
+    return 16;
   // A function with one body runs it on either path.
   auto absDiff = reinterpret_cast<decltype(&kvpiAbsDiffC_8u_C1R)>(dlsym(h, "kvpiAbsDiffC_8u_C1R"));
   if (!absDiff) return 17;
@@ -54,17 +54,11 @@ Kvp64u detected() {
   return f;
 }
 
-TEST(Dispatch, SsseWithoutMovbeTakesU8) {
-  EXPECT_EQ(0, inChild(~KVP_CPU_MOVBE, 0));
-}
+TEST(Dispatch, SsseWithoutMovbeTakesU8) { EXPECT_EQ(0, inChild(~KVP_CPU_MOVBE, 0)); }
 
-TEST(Dispatch, MovbeWithoutSsse3TakesU8) {
-  EXPECT_EQ(0, inChild(~KVP_CPU_SSSE3, 0));
-}
+TEST(Dispatch, MovbeWithoutSsse3TakesU8) { EXPECT_EQ(0, inChild(~KVP_CPU_SSSE3, 0)); }
 
-TEST(Dispatch, NeitherTakesU8) {
-  EXPECT_EQ(0, inChild(0, 0));
-}
+TEST(Dispatch, NeitherTakesU8) { EXPECT_EQ(0, inChild(0, 0)); }
 
 TEST(Dispatch, BothTakeN8) {
   const Kvp64u f = detected();

@@ -3,9 +3,9 @@
 #include <dlfcn.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
 #include <fstream>
-#include <cctype>
 #include <set>
 #include <sstream>
 #include <string>

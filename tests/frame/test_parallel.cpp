@@ -1,10 +1,10 @@
 // The row-band splitter and the shared argument checks.
+#include <gtest/gtest.h>
+
 #include <atomic>
 #include <mutex>
 #include <thread>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "frame/checks.h"
 #include "frame/parallel.h"

@@ -40,18 +40,24 @@ struct Traits {
 
 // Calls Fn with the arguments in its own order.
 template <class Tr, auto Fn>
-KvpStatus call(const typename Tr::Src* s1, int st1, const typename Tr::Src* s2, int st2, const Kvp8u* m, int stm,
-               typename Tr::Dst* d, int std_, KvpiSize roi, typename Tr::Scalar k) {
+KvpStatus call(const typename Tr::Src* s1, int st1, const typename Tr::Src* s2, int st2, const Kvp8u* m,
+               int stm, typename Tr::Dst* d, int std_, KvpiSize roi, typename Tr::Scalar k) {
   constexpr Op O = Tr::kOp;
   if constexpr (O == Op::Add || O == Op::Square) {
-    if constexpr (Tr::kMasked) return Fn(s1, st1, m, stm, d, std_, roi);
-    else return Fn(s1, st1, d, std_, roi);
+    if constexpr (Tr::kMasked)
+      return Fn(s1, st1, m, stm, d, std_, roi);
+    else
+      return Fn(s1, st1, d, std_, roi);
   } else if constexpr (O == Op::Weighted) {
-    if constexpr (Tr::kMasked) return Fn(s1, st1, m, stm, d, std_, roi, k);
-    else return Fn(s1, st1, d, std_, roi, k);
+    if constexpr (Tr::kMasked)
+      return Fn(s1, st1, m, stm, d, std_, roi, k);
+    else
+      return Fn(s1, st1, d, std_, roi, k);
   } else if constexpr (O == Op::Product) {
-    if constexpr (Tr::kMasked) return Fn(s1, st1, s2, st2, m, stm, d, std_, roi);
-    else return Fn(s1, st1, s2, st2, d, std_, roi);
+    if constexpr (Tr::kMasked)
+      return Fn(s1, st1, s2, st2, m, stm, d, std_, roi);
+    else
+      return Fn(s1, st1, s2, st2, d, std_, roi);
   } else if constexpr (O == Op::WeightedTo) {
     return Fn(s1, st1, s2, st2, d, std_, roi, k);
   } else if constexpr (O == Op::AbsDiff) {
@@ -63,7 +69,8 @@ KvpStatus call(const typename Tr::Src* s1, int st1, const typename Tr::Src* s2, 
 
 // The per-pixel rule, in single precision in the order written.
 template <class Tr>
-typename Tr::Dst rule(typename Tr::Src a, typename Tr::Src b, Kvp8u m, typename Tr::Dst old, typename Tr::Scalar k) {
+typename Tr::Dst rule(typename Tr::Src a, typename Tr::Src b, Kvp8u m, typename Tr::Dst old,
+                      typename Tr::Scalar k) {
   using S = typename Tr::Src;
   constexpr Op O = Tr::kOp;
   if constexpr (Tr::kInPlace) {
@@ -96,8 +103,10 @@ typename Tr::Dst rule(typename Tr::Src a, typename Tr::Src b, Kvp8u m, typename 
         v = (S)(k < 0 ? 0 : (k > hi ? hi : k));
       }
     }
-    if constexpr (std::is_floating_point_v<S>) return std::fabs(a - v);
-    else return (S)(a > v ? a - v : v - a);
+    if constexpr (std::is_floating_point_v<S>)
+      return std::fabs(a - v);
+    else
+      return (S)(a > v ? a - v : v - a);
   }
 }
 
@@ -117,7 +126,16 @@ typename Tr::Scalar pickScalar(kvf::Stream& s) {
     const uint8_t how = s.byte();
     if (how < 32) return s.raw<int32_t>();
     if (how < 64) {
-      static const int edge[] = {-1, 0, 1, 254, 255, 256, 65534, 65535, 65536, std::numeric_limits<int>::min(),
+      static const int edge[] = {-1,
+                                 0,
+                                 1,
+                                 254,
+                                 255,
+                                 256,
+                                 65534,
+                                 65535,
+                                 65536,
+                                 std::numeric_limits<int>::min(),
                                  std::numeric_limits<int>::max()};
       return edge[how % (sizeof edge / sizeof edge[0])];
     }
@@ -183,8 +201,9 @@ KVF_NO_COVERAGE void verify(Planes& g, int width, int height, typename Tr::Scala
       std::memcpy(&old, rold + x * sizeof(D), sizeof(D));
       std::memcpy(&got, ro + x * sizeof(D), sizeof(D));
       if (Tr::kInPlace && Tr::kMasked && m == 0) {
-        KVF_REQUIRE(std::memcmp(&old, &got, sizeof(D)) == 0, "masked-out pixel (%d, %d) of %dx%d changed: %08x -> %08x",
-                    x, y, width, height, kvf::bitsOf((float)old), kvf::bitsOf((float)got));
+        KVF_REQUIRE(std::memcmp(&old, &got, sizeof(D)) == 0,
+                    "masked-out pixel (%d, %d) of %dx%d changed: %08x -> %08x", x, y, width, height,
+                    kvf::bitsOf((float)old), kvf::bitsOf((float)got));
       } else {
         const D want = rule<Tr>(a, b, m, old, k);
         KVF_REQUIRE(sameValue(want, got), "pixel (%d, %d) of %dx%d: %a, expected %a", x, y, width, height,
@@ -233,12 +252,12 @@ void run(kvf::Stream& in) {
 
   auto ptr = [&](int i) -> uint8_t* { return p[i].used && !p[i].null ? g[i]->roi() : nullptr; };
   const KvpStatus st = call<Tr, Fn>(reinterpret_cast<const S*>(ptr(kS1)), p[kS1].step,
-                                    reinterpret_cast<const S*>(ptr(kS2)), p[kS2].step, ptr(kMask), p[kMask].step,
-                                    reinterpret_cast<D*>(ptr(kOut)), p[kOut].step, roi, k);
+                                    reinterpret_cast<const S*>(ptr(kS2)), p[kS2].step, ptr(kMask),
+                                    p[kMask].step, reinterpret_cast<D*>(ptr(kOut)), p[kOut].step, roi, k);
 
   KVF_REQUIRE(kvf::isLibraryStatus(st), "status %d is not one of the library's", (int)st);
-  KVF_REQUIRE(st == expect, "status %d, expected %d (w %d h %d steps %d %d %d %d)", (int)st, (int)expect, roi.width,
-              roi.height, p[0].step, p[1].step, p[2].step, p[3].step);
+  KVF_REQUIRE(st == expect, "status %d, expected %d (w %d h %d steps %d %d %d %d)", (int)st, (int)expect,
+              roi.width, roi.height, p[0].step, p[1].step, p[2].step, p[3].step);
   for (int i = kS1; i < kOut; ++i)
     if (p[i].used) KVF_REQUIRE(g[i]->unchanged(), "input plane %d was written", i);
   if (st != kvpStsOk) {

@@ -54,28 +54,42 @@ void runMaskQuery(kvf::Reader& in, int kind) {
     const int r = maskType % 10;
     kerSize = maskType / 10;
     norm = r;
-    if (r != 0 && r != 1 && r != 2) expect = kvpStsBadArg;
-    else if (null) expect = kvpStsNullPtr;
-    else if (kerSize != 3 && kerSize != 5) expect = kvpStsBadSize;
-    else expect = kvpStsOk;
+    if (r != 0 && r != 1 && r != 2)
+      expect = kvpStsBadArg;
+    else if (null)
+      expect = kvpStsNullPtr;
+    else if (kerSize != 3 && kerSize != 5)
+      expect = kvpStsBadSize;
+    else
+      expect = kvpStsOk;
   } else {
-    if (null) expect = kvpStsNullPtr;
-    else if (kerSize != 3 && kerSize != 5) expect = kvpStsBadSize;
-    else if (norm < 0 || norm > 2) expect = kvpStsBadArg;
-    else expect = kvpStsOk;
+    if (null)
+      expect = kvpStsNullPtr;
+    else if (kerSize != 3 && kerSize != 5)
+      expect = kvpStsBadSize;
+    else if (norm < 0 || norm > 2)
+      expect = kvpStsBadArg;
+    else
+      expect = kvpStsOk;
   }
 
   kvf::GuardedPlane out(12, 1, 12, (size_t)in.intIn(0, 7) * 4, in.byte());
   out.arm();
   KvpStatus st;
   switch (kind) {
-    case 0: st = kvpiGetDistanceTransformMask_32s(kerSize, norm, null ? nullptr : out.as<Kvp32s>()); break;
-    case 1: st = kvpiGetDistanceTransformMask_32f(kerSize, norm, null ? nullptr : out.as<Kvp32f>()); break;
-    default: st = kvpiGetDistanceTransformMask(maskType, null ? nullptr : out.as<Kvp32f>()); break;
+    case 0:
+      st = kvpiGetDistanceTransformMask_32s(kerSize, norm, null ? nullptr : out.as<Kvp32s>());
+      break;
+    case 1:
+      st = kvpiGetDistanceTransformMask_32f(kerSize, norm, null ? nullptr : out.as<Kvp32f>());
+      break;
+    default:
+      st = kvpiGetDistanceTransformMask(maskType, null ? nullptr : out.as<Kvp32f>());
+      break;
   }
   KVF_REQUIRE(kvf::isLibraryStatus(st), "status %d is not one of the library's", (int)st);
-  KVF_REQUIRE(st == expect, "mask query %d: status %d, expected %d (kerSize %d norm %d type %d)", kind, (int)st,
-              (int)expect, kerSize, norm, maskType);
+  KVF_REQUIRE(st == expect, "mask query %d: status %d, expected %d (kerSize %d norm %d type %d)", kind,
+              (int)st, (int)expect, kerSize, norm, maskType);
   KVF_REQUIRE(out.guardsIntact(), "a write outside the metrics");
   if (st != kvpStsOk) {
     KVF_REQUIRE(out.unchanged(), "a failing query wrote");
@@ -86,7 +100,8 @@ void runMaskQuery(kvf::Reader& in, int kind) {
   for (int i = 0; i < 3; ++i) {
     const uint8_t* got = out.roi() + 4 * i;
     if (i >= n) {
-      KVF_REQUIRE(std::memcmp(got, out.armedRow(0) + 4 * i, 4) == 0, "metric %d written beyond the mask's", i);
+      KVF_REQUIRE(std::memcmp(got, out.armedRow(0) + 4 * i, 4) == 0, "metric %d written beyond the mask's",
+                  i);
       continue;
     }
     const void* want = kind == 0 ? (const void*)&row.i[i] : (const void*)&row.f[i];
@@ -119,9 +134,15 @@ void fillSource(kvf::Reader& in, kvf::GuardedPlane& src, int w, int h) {
     for (int x = 0; x < w; ++x) {
       uint8_t v;
       switch (mode % 3) {
-        case 0: v = in.byte(); break;
-        case 1: v = (rng.next() & 255) < density ? 0 : (uint8_t)(1 + rng.next() % 255); break;
-        default: v = (uint8_t)(1 + (x * 7 + y) % 255); break;
+        case 0:
+          v = in.byte();
+          break;
+        case 1:
+          v = (rng.next() & 255) < density ? 0 : (uint8_t)(1 + rng.next() % 255);
+          break;
+        default:
+          v = (uint8_t)(1 + (x * 7 + y) % 255);
+          break;
       }
       src.row(y)[x] = v;
     }
@@ -137,9 +158,8 @@ template <class T>
 using MetricOf = std::conditional_t<std::is_same_v<T, Kvp32f>, Kvp32f, Kvp32s>;
 
 template <class T, bool Five, Layout L>
-using ChamferFn =
-    std::conditional_t<L == Layout::InPlace, KvpStatus (*)(T*, int, KvpiSize, MetricOf<T>*),
-                       KvpStatus (*)(const Kvp8u*, int, T*, int, KvpiSize, MetricOf<T>*)>;
+using ChamferFn = std::conditional_t<L == Layout::InPlace, KvpStatus (*)(T*, int, KvpiSize, MetricOf<T>*),
+                                     KvpStatus (*)(const Kvp8u*, int, T*, int, KvpiSize, MetricOf<T>*)>;
 
 template <class T>
 MetricOf<T> anyMetric(kvf::Reader& in) {
@@ -161,11 +181,12 @@ MetricOf<T> anyMetric(kvf::Reader& in) {
 struct Step {
   int dx, dy, cost;  // cost: 0 axial, 1 diagonal, 2 knight
 };
-constexpr Step kForward[] = {{-1, 0, 0}, {0, -1, 0}, {-1, -1, 1}, {1, -1, 1},
+constexpr Step kForward[] = {{-1, 0, 0},  {0, -1, 0}, {-1, -1, 1}, {1, -1, 1},
                              {-2, -1, 2}, {2, -1, 2}, {-1, -2, 2}, {1, -2, 2}};
 
 template <class T, bool Five>
-KVF_NO_COVERAGE std::vector<T> chamferReference(const std::vector<uint8_t>& src, int w, int h, const MetricOf<T>* m) {
+KVF_NO_COVERAGE std::vector<T> chamferReference(const std::vector<uint8_t>& src, int w, int h,
+                                                const MetricOf<T>* m) {
   using Wide = std::conditional_t<std::is_same_v<T, Kvp32f>, float, long long>;
   const Wide top = std::is_same_v<T, Kvp32f> ? (Wide)FLT_MAX : (Wide)std::numeric_limits<T>::max();
   std::vector<Wide> d((size_t)w * h);
@@ -210,7 +231,9 @@ void runChamfer(kvf::Reader& in) {
   // Steps near the row (the destination's not always a whole number of
   // elements: the chamfer transforms do not ask for that), or anything.
   const int srcStep = anyBits(4) ? in.raw<int32_t>() : (int)(w + in.intIn(-2, 20));
-  const int dstStep = inPlace ? srcStep : anyBits(6) ? in.raw<int32_t>() : (int)(w * E + in.intIn(-E - 1, 20));
+  const int dstStep = inPlace      ? srcStep
+                      : anyBits(6) ? in.raw<int32_t>()
+                                   : (int)(w * E + in.intIn(-E - 1, 20));
   const uint8_t nulls = in.byte() % 16;
   const bool srcNull = nulls == 1 || nulls == 4, dstNull = !inPlace && (nulls == 2 || nulls == 4),
              metNull = nulls == 3;
@@ -230,8 +253,10 @@ void runChamfer(kvf::Reader& in) {
 
   KvpStatus expect = kvpStsOk;
   bool metricsOpen = false;  // the outcome for these costs is left open
-  if (srcNull || dstNull || metNull) expect = kvpStsNullPtr;
-  else if (roi.width < 1 || roi.height < 1) expect = kvpStsBadSize;
+  if (srcNull || dstNull || metNull)
+    expect = kvpStsNullPtr;
+  else if (roi.width < 1 || roi.height < 1)
+    expect = kvpStsBadSize;
   else if (srcStep < roi.width || (!inPlace && (long long)dstStep < (long long)roi.width * E))
     expect = kvpStsBadStep;
   else if constexpr (!std::is_same_v<T, Kvp32f>) {
@@ -251,11 +276,12 @@ void runChamfer(kvf::Reader& in) {
   // the references keep up.
   if (expect == kvpStsOk && (!fits || w * h > (big ? 12000 : 2048))) return;
 
-  kvf::GuardedPlane src = fits ? kvf::GuardedPlane((size_t)w, (int)h, (size_t)srcStep, (size_t)lead, in.byte())
-                               : kvf::GuardedPlane::trap(1);
-  kvf::GuardedPlane dst = fits && !inPlace
-                              ? kvf::GuardedPlane((size_t)(w * E), (int)h, (size_t)dstStep, (size_t)dLead, in.byte())
-                              : kvf::GuardedPlane::trap(2);
+  kvf::GuardedPlane src = fits
+                              ? kvf::GuardedPlane((size_t)w, (int)h, (size_t)srcStep, (size_t)lead, in.byte())
+                              : kvf::GuardedPlane::trap(1);
+  kvf::GuardedPlane dst =
+      fits && !inPlace ? kvf::GuardedPlane((size_t)(w * E), (int)h, (size_t)dstStep, (size_t)dLead, in.byte())
+                       : kvf::GuardedPlane::trap(2);
   if (fits && w * h <= 100000) fillSource(in, src, (int)w, (int)h);
   src.arm();
   dst.arm();
@@ -265,16 +291,19 @@ void runChamfer(kvf::Reader& in) {
   MetricOf<T>* pm = metNull ? nullptr : met.as<MetricOf<T>>();
 
   KvpStatus st;
-  if constexpr (inPlace) st = Fn(srcNull ? nullptr : src.as<T>(), srcStep, roi, pm);
-  else st = Fn(srcNull ? nullptr : src.roi(), srcStep, dstNull ? nullptr : dst.as<T>(), dstStep, roi, pm);
+  if constexpr (inPlace)
+    st = Fn(srcNull ? nullptr : src.as<T>(), srcStep, roi, pm);
+  else
+    st = Fn(srcNull ? nullptr : src.roi(), srcStep, dstNull ? nullptr : dst.as<T>(), dstStep, roi, pm);
 
   KVF_REQUIRE(kvf::isLibraryStatus(st), "status %d is not one of the library's", (int)st);
   if (metricsOpen && expect == kvpStsOk) {
     KVF_REQUIRE(st == kvpStsOk || st == kvpStsBadMetric, "status %d for float costs below 1", (int)st);
     expect = st;
   }
-  KVF_REQUIRE(st == expect, "status %d, expected %d (w %d h %d steps %d %d metrics %g %g %g)", (int)st, (int)expect,
-              roi.width, roi.height, srcStep, dstStep, (double)metrics[0], (double)metrics[1], (double)metrics[2]);
+  KVF_REQUIRE(st == expect, "status %d, expected %d (w %d h %d steps %d %d metrics %g %g %g)", (int)st,
+              (int)expect, roi.width, roi.height, srcStep, dstStep, (double)metrics[0], (double)metrics[1],
+              (double)metrics[2]);
   KVF_REQUIRE(met.unchanged(), "the metrics were written");
   kvf::GuardedPlane& out = inPlace ? src : dst;
   if (st != kvpStsOk) {
@@ -292,8 +321,9 @@ void runChamfer(kvf::Reader& in) {
     for (int x = 0; x < W; ++x) {
       T got;
       std::memcpy(&got, out.row(y) + (size_t)x * E, E);
-      KVF_REQUIRE(std::memcmp(&got, &want[(size_t)y * W + x], E) == 0, "pixel (%d, %d) of %dx%d: %g, expected %g",
-                  x, y, W, H, (double)got, (double)want[(size_t)y * W + x]);
+      KVF_REQUIRE(std::memcmp(&got, &want[(size_t)y * W + x], E) == 0,
+                  "pixel (%d, %d) of %dx%d: %g, expected %g", x, y, W, H, (double)got,
+                  (double)want[(size_t)y * W + x]);
     }
 }
 
@@ -331,8 +361,9 @@ void runTrueQuery(kvf::Reader& in) {
   }
   const long long size = trueSlice(roi) * t;
   if (size <= 0x7fffffffLL) {
-    KVF_REQUIRE(st == kvpStsOk && out[1] == (int)size, "size query %d / %d, expected %lld (%d x %d, %d threads)",
-                (int)st, out[1], size, roi.width, roi.height, t);
+    KVF_REQUIRE(st == kvpStsOk && out[1] == (int)size,
+                "size query %d / %d, expected %lld (%d x %d, %d threads)", (int)st, out[1], size, roi.width,
+                roi.height, t);
     return;
   }
   // A size beyond 32 bits: what the query answers is not settled; it must
@@ -401,33 +432,40 @@ void runTrue(kvf::Reader& in) {
   const long long w = std::max(roi.width, 0), h = std::max(roi.height, 0);
   const int srcStep = anyBits(4) ? in.raw<int32_t>() : (int)(w + in.intIn(-2, 20));
   // Mostly whole floats of padding, else any bytes.
-  const int dstStep = anyBits(6)            ? in.raw<int32_t>()
+  const int dstStep = anyBits(6)          ? in.raw<int32_t>()
                       : ((how >> 12) & 1) ? (int)(w * 4 + in.intIn(-5, 20))
-                                            : (int)(w * 4 + 4 * in.intIn(-1, 5));
+                                          : (int)(w * 4 + 4 * in.intIn(-1, 5));
   const uint8_t nulls = in.byte() % 16;
   const bool srcNull = nulls == 1, dstNull = nulls == 2, bufNull = nulls == 3 || nulls == 4;
   const int threads = setThreads(in);
 
   KvpStatus expect = kvpStsOk;
-  if (srcNull || dstNull || bufNull) expect = kvpStsNullPtr;
-  else if (roi.width < 1 || roi.height < 1) expect = kvpStsBadSize;
-  else if (srcStep < roi.width || (long long)dstStep < 4LL * roi.width) expect = kvpStsBadStep;
-  else if (dstStep % 4 != 0) expect = kvpStsStepNotMultiple;
+  if (srcNull || dstNull || bufNull)
+    expect = kvpStsNullPtr;
+  else if (roi.width < 1 || roi.height < 1)
+    expect = kvpStsBadSize;
+  else if (srcStep < roi.width || (long long)dstStep < 4LL * roi.width)
+    expect = kvpStsBadStep;
+  else if (dstStep % 4 != 0)
+    expect = kvpStsStepNotMultiple;
 
   const long long lead = (long long)in.intIn(0, 31), dLead = (long long)in.intIn(0, 31) * 4;
   const bool fits = kvf::planeFits(w, h, srcStep, lead, kMaxPlaneBytes) &&
                     kvf::planeFits(w * 4, h, dstStep, dLead, kMaxPlaneBytes);
   if (expect == kvpStsOk && (!fits || w * h > (big ? 100000 : 2048))) return;
-  kvf::GuardedPlane src = fits ? kvf::GuardedPlane((size_t)w, (int)h, (size_t)srcStep, (size_t)lead, in.byte())
-                               : kvf::GuardedPlane::trap(1);
-  kvf::GuardedPlane dst = fits ? kvf::GuardedPlane((size_t)(w * 4), (int)h, (size_t)dstStep, (size_t)dLead, in.byte())
-                               : kvf::GuardedPlane::trap(2);
+  kvf::GuardedPlane src = fits
+                              ? kvf::GuardedPlane((size_t)w, (int)h, (size_t)srcStep, (size_t)lead, in.byte())
+                              : kvf::GuardedPlane::trap(1);
+  kvf::GuardedPlane dst =
+      fits ? kvf::GuardedPlane((size_t)(w * 4), (int)h, (size_t)dstStep, (size_t)dLead, in.byte())
+           : kvf::GuardedPlane::trap(2);
   if (fits && w * h <= 100000) fillSource(in, src, (int)w, (int)h);
   src.arm();
   dst.arm();
   int bufBytes = 0;
   if (expect == kvpStsOk) {
-    KVF_REQUIRE(kvpiTrueDistanceTransformGetBufferSize_8u32f_C1R(roi, &bufBytes) == kvpStsOk, "size query failed");
+    KVF_REQUIRE(kvpiTrueDistanceTransformGetBufferSize_8u32f_C1R(roi, &bufBytes) == kvpStsOk,
+                "size query failed");
     KVF_REQUIRE(bufBytes == trueSlice(roi) * threads, "size query %d for %d threads", bufBytes, threads);
   }
   const uint8_t bufHow = in.byte();
@@ -469,7 +507,8 @@ void runTrue(kvf::Reader& in) {
     KVF_REQUIRE(first >= std::hypot((float)W, (float)H), "no zero pixel gave %g", (double)first);
     for (int y = 0; y < H; ++y)
       for (int x = 0; x < W; ++x)
-        KVF_REQUIRE(std::memcmp(&first, dst.row(y) + 4 * (size_t)x, 4) == 0, "no zero pixel: (%d, %d) differs", x, y);
+        KVF_REQUIRE(std::memcmp(&first, dst.row(y) + 4 * (size_t)x, 4) == 0,
+                    "no zero pixel: (%d, %d) differs", x, y);
     return;
   }
   if ((long long)W * W * H <= (1 << 21)) {

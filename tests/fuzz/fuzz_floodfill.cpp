@@ -56,7 +56,8 @@ KvpStatus expectedStatus(const Nulls& n, KvpiSize roi, int step, KvpiPoint seed)
 // (wrapping as two's complement when it does not fit) and the sum is cut
 // to 32 bits.
 int expectedListBytes(KvpiSize roi) {
-  const long long p = (long long)((unsigned long long)(long long)roi.width * 24ull * (unsigned long long)(long long)roi.height);
+  const long long p = (long long)((unsigned long long)(long long)roi.width * 24ull *
+                                  (unsigned long long)(long long)roi.height);
   return (int)(unsigned)(unsigned long long)(p / 4 + 32);
 }
 int expectedGradBytes(KvpiSize roi) {
@@ -110,7 +111,8 @@ struct Box {
 // Pixels reachable from the seed: a neighbour joins when join(neighbour,
 // pixel it is reached from) holds.
 template <class T, int CN, class Join>
-KVF_NO_COVERAGE std::vector<uint8_t> reach(const Pix<T, CN>& im, KvpiPoint seed, bool eight, const Join& join) {
+KVF_NO_COVERAGE std::vector<uint8_t> reach(const Pix<T, CN>& im, KvpiPoint seed, bool eight,
+                                           const Join& join) {
   std::vector<uint8_t> in((size_t)im.w * im.h, 0);
   std::vector<KvpiPoint> stack{seed};
   in[(size_t)seed.y * im.w + seed.x] = 1;
@@ -185,8 +187,8 @@ struct Seg {
 enum class End { Done, Cycle, Capped };
 
 template <class T, int CN>
-KVF_NO_COVERAGE End modelRange(Pix<T, CN>& im, KvpiPoint seed, const T* nv, const Bounds<T, CN>& q, bool eight, double& area,
-               Box& box) {
+KVF_NO_COVERAGE End modelRange(Pix<T, CN>& im, KvpiPoint seed, const T* nv, const Bounds<T, CN>& q,
+                               bool eight, double& area, Box& box) {
   const int w = im.w, h = im.h;
   auto paint = [&](int y, int l, int r) {
     for (int x = l; x <= r; ++x) std::memcpy(im.at(x, y), nv, sizeof(T) * CN);
@@ -204,8 +206,10 @@ KVF_NO_COVERAGE End modelRange(Pix<T, CN>& im, KvpiPoint seed, const T* nv, cons
   int idx = 0;
   auto push = [&](const Seg& s) {
     if (K == 0) {
-      if ((size_t)idx == ring.size()) ring.push_back(s);
-      else ring[idx] = s;
+      if ((size_t)idx == ring.size())
+        ring.push_back(s);
+      else
+        ring[idx] = s;
       ++idx;
       return;
     }
@@ -273,7 +277,9 @@ KVF_NO_COVERAGE size_t modelGrad8(const Pix<T, CN>& before, Pix<T, CN>& im, Kvpi
   auto m = [&](int x, int y) -> uint8_t& { return taken[(size_t)(y + 1) * (w + 2) + (x + 1)]; };
   for (int y = 0; y < h; ++y)
     for (int x = 0; x < w; ++x) m(x, y) = 0;
-  auto fit = [&](int xa, int ya, int xb, int yb) { return fitsPix<T, CN>(before.at(xa, ya), before.at(xb, yb), mn, mx); };
+  auto fit = [&](int xa, int ya, int xb, int yb) {
+    return fitsPix<T, CN>(before.at(xa, ya), before.at(xb, yb), mn, mx);
+  };
 
   int L = seed.x, R = seed.x;
   m(seed.x, seed.y) = 1;
@@ -293,7 +299,8 @@ KVF_NO_COVERAGE size_t modelGrad8(const Pix<T, CN>& before, Pix<T, CN>& im, Kvpi
       m(x, yy) = 1;
       int l = x, r = x;
       while (!m(l - 1, yy) && fit(l - 1, yy, l, yy)) m(--l, yy) = 1;
-      while (!m(r + 1, yy) && (fit(r + 1, yy, r, yy) || (r < s.r && fit(r + 1, yy, r + 1, s.y)))) m(++r, yy) = 1;
+      while (!m(r + 1, yy) && (fit(r + 1, yy, r, yy) || (r < s.r && fit(r + 1, yy, r + 1, s.y))))
+        m(++r, yy) = 1;
       stack.push_back({yy, l, r, s.l, s.r, dir});
       depth = std::max(depth, stack.size());
       x = r + 1;
@@ -318,8 +325,10 @@ KVF_NO_COVERAGE size_t modelGrad8(const Pix<T, CN>& before, Pix<T, CN>& im, Kvpi
 
 template <class T>
 T anyValue(kvf::Reader& in) {
-  if constexpr (std::is_floating_point_v<T>) return in.pickFloat();
-  else if constexpr (sizeof(T) == 1) return in.byte();
+  if constexpr (std::is_floating_point_v<T>)
+    return in.pickFloat();
+  else if constexpr (sizeof(T) == 1)
+    return in.byte();
   else {
     const uint8_t k = in.byte();
     return k < 128 ? (T)(k & 15) : (k < 192 ? (T)(65535 - (k & 15)) : in.raw<T>());
@@ -337,8 +346,10 @@ T delta(kvf::Reader& in) {
 // base + sx x + sy y, integers wrapping in their own width.
 template <class T>
 T ramp(T base, T sx, T sy, int x, int y) {
-  if constexpr (std::is_floating_point_v<T>) return base + sx * (T)x + sy * (T)y;
-  else return (T)((unsigned)base + (unsigned)sx * (unsigned)x + (unsigned)sy * (unsigned)y);
+  if constexpr (std::is_floating_point_v<T>)
+    return base + sx * (T)x + sy * (T)y;
+  else
+    return (T)((unsigned)base + (unsigned)sx * (unsigned)x + (unsigned)sy * (unsigned)y);
 }
 
 // ---- one fill ------------------------------------------------------------------
@@ -357,11 +368,15 @@ template <class T, int CN, Rule R, auto Fn>
 KvpStatus call(T* img, int step, KvpiSize roi, KvpiPoint seed, const T* nv, const T* mn, const T* mx,
                KvpiConnectedComp* region, Kvp8u* buf) {
   if constexpr (R == Rule::Exact) {
-    if constexpr (CN == 1) return Fn(img, step, roi, seed, *nv, region, buf);
-    else return Fn(img, step, roi, seed, nv, region, buf);
+    if constexpr (CN == 1)
+      return Fn(img, step, roi, seed, *nv, region, buf);
+    else
+      return Fn(img, step, roi, seed, nv, region, buf);
   } else {
-    if constexpr (CN == 1) return Fn(img, step, roi, seed, *nv, *mn, *mx, region, buf);
-    else return Fn(img, step, roi, seed, nv, mn, mx, region, buf);
+    if constexpr (CN == 1)
+      return Fn(img, step, roi, seed, *nv, *mn, *mx, region, buf);
+    else
+      return Fn(img, step, roi, seed, nv, mn, mx, region, buf);
   }
 }
 
@@ -389,9 +404,15 @@ void runFill(kvf::Reader& in) {
   int step;
   switch ((how >> 4) & 3) {
     case 0:
-    case 1: step = (int)(w * pixBytes + in.intIn(-2 * E, 24)); break;
-    case 2: step = (int)(w * E + in.intIn(-E, 3 * E)); break;
-    default: step = in.raw<int32_t>(); break;
+    case 1:
+      step = (int)(w * pixBytes + in.intIn(-2 * E, 24));
+      break;
+    case 2:
+      step = (int)(w * E + in.intIn(-E, 3 * E));
+      break;
+    default:
+      step = in.raw<int32_t>();
+      break;
   }
   KvpiPoint seed;
   if (anyBits(6)) {
@@ -406,14 +427,29 @@ void runFill(kvf::Reader& in) {
   }
   Nulls nulls;
   switch (in.byte() % 24) {
-    case 1: nulls.img = true; break;
-    case 2: nulls.region = true; break;
-    case 3: nulls.buffer = true; break;
-    case 4: nulls.nv = true; break;
-    case 5: nulls.mn = true; break;
-    case 6: nulls.mx = true; break;
-    case 7: nulls.img = nulls.buffer = nulls.nv = true; break;
-    default: break;
+    case 1:
+      nulls.img = true;
+      break;
+    case 2:
+      nulls.region = true;
+      break;
+    case 3:
+      nulls.buffer = true;
+      break;
+    case 4:
+      nulls.nv = true;
+      break;
+    case 5:
+      nulls.mn = true;
+      break;
+    case 6:
+      nulls.mx = true;
+      break;
+    case 7:
+      nulls.img = nulls.buffer = nulls.nv = true;
+      break;
+    default:
+      break;
   }
   const KvpStatus expect = expectedStatus<T, CN, R>(nulls, roi, step, seed);
 
@@ -422,18 +458,18 @@ void runFill(kvf::Reader& in) {
   const long long rowBytes = w * pixBytes;
   const bool overlap = step < rowBytes && step >= 1 && h > 1;
   const long long lead = (long long)in.intIn(0, 15) * E;
-  const bool fits = overlap ? kvf::planeFits((h - 1) * step + rowBytes, 1, (h - 1) * step + rowBytes, lead,
-                                             kMaxPlaneBytes)
-                            : kvf::planeFits(rowBytes, h, step, lead, kMaxPlaneBytes);
+  const bool fits =
+      overlap ? kvf::planeFits((h - 1) * step + rowBytes, 1, (h - 1) * step + rowBytes, lead, kMaxPlaneBytes)
+              : kvf::planeFits(rowBytes, h, step, lead, kMaxPlaneBytes);
   // Successful calls stay small so that the walks and references keep up.
   if (expect == kvpStsOk && (!fits || w * h > (long long)kMaxW<R> * kMaxH<R>)) return;
 
   const uint8_t pattern = in.byte();
-  kvf::GuardedPlane img = !fits ? kvf::GuardedPlane::trap(1)
-                          : overlap
-                              ? kvf::GuardedPlane((size_t)((h - 1) * step + rowBytes), 1,
-                                                  (size_t)((h - 1) * step + rowBytes), (size_t)lead, pattern)
-                              : kvf::GuardedPlane((size_t)rowBytes, (int)h, (size_t)step, (size_t)lead, pattern);
+  kvf::GuardedPlane img =
+      !fits     ? kvf::GuardedPlane::trap(1)
+      : overlap ? kvf::GuardedPlane((size_t)((h - 1) * step + rowBytes), 1,
+                                    (size_t)((h - 1) * step + rowBytes), (size_t)lead, pattern)
+                : kvf::GuardedPlane((size_t)rowBytes, (int)h, (size_t)step, (size_t)lead, pattern);
   auto pixel = [&](int x, int y) { return img.roi() + (ptrdiff_t)y * step + (ptrdiff_t)x * pixBytes; };
 
   // Pixels: from a palette of up to four colours, as small noise around a
@@ -460,11 +496,21 @@ void runFill(kvf::Reader& in) {
         T p[CN];
         for (int c = 0; c < CN; ++c) {
           switch (mode & 7) {
-            case 2: p[c] = ramp<T>(pal[0][c], (T)((k >> (2 * c)) & 3), 0, 1, 0); break;
-            case 3: p[c] = ramp<T>(pal[0][c], slope[0][c], slope[1][c], (int)x, (int)y); break;
-            case 4: p[c] = pal[(x / cx + y / cy) & 1][c]; break;
-            case 5: p[c] = pal[x % (cx + 1) == 0 || y == bar ? 0 : 1][c]; break;
-            default: p[c] = pal[(k + ((k & 0x80) && c == 1 ? 1 : 0)) % nPal][c]; break;
+            case 2:
+              p[c] = ramp<T>(pal[0][c], (T)((k >> (2 * c)) & 3), 0, 1, 0);
+              break;
+            case 3:
+              p[c] = ramp<T>(pal[0][c], slope[0][c], slope[1][c], (int)x, (int)y);
+              break;
+            case 4:
+              p[c] = pal[(x / cx + y / cy) & 1][c];
+              break;
+            case 5:
+              p[c] = pal[x % (cx + 1) == 0 || y == bar ? 0 : 1][c];
+              break;
+            default:
+              p[c] = pal[(k + ((k & 0x80) && c == 1 ? 1 : 0)) % nPal][c];
+              break;
           }
         }
         std::memcpy(pixel((int)x, (int)y), p, sizeof p);
@@ -493,11 +539,13 @@ void runFill(kvf::Reader& in) {
     return b;
   };
   kvf::GuardedPlane nvB = valueBlock(nv, 3), mnB = valueBlock(mn, 4), mxB = valueBlock(mx, 5);
-  kvf::GuardedPlane regB(sizeof(KvpiConnectedComp), 1, sizeof(KvpiConnectedComp), (size_t)in.intIn(0, 3) * 8, 6);
+  kvf::GuardedPlane regB(sizeof(KvpiConnectedComp), 1, sizeof(KvpiConnectedComp), (size_t)in.intIn(0, 3) * 8,
+                         6);
   regB.arm();
   int bufBytes = 0;
   if (expect == kvpStsOk) {
-    const KvpStatus qs = R == Rule::Grad ? kvpiFloodFillGetSize_Grad(roi, &bufBytes) : kvpiFloodFillGetSize(roi, &bufBytes);
+    const KvpStatus qs =
+        R == Rule::Grad ? kvpiFloodFillGetSize_Grad(roi, &bufBytes) : kvpiFloodFillGetSize(roi, &bufBytes);
     KVF_REQUIRE(qs == kvpStsOk, "size query status %d", (int)qs);
     KVF_REQUIRE(bufBytes == (R == Rule::Grad ? expectedGradBytes(roi) : expectedListBytes(roi)),
                 "size query gave %d for %dx%d", bufBytes, roi.width, roi.height);
@@ -512,11 +560,10 @@ void runFill(kvf::Reader& in) {
 
   // One-channel fills take their values by value: no null for them.
   const bool c3 = CN == 3;
-  const KvpStatus st = call<T, CN, R, Fn>(nulls.img ? nullptr : img.as<T>(), step, roi, seed,
-                                          nulls.nv && c3 ? nullptr : nvB.as<T>(), nulls.mn && c3 ? nullptr : mnB.as<T>(),
-                                          nulls.mx && c3 ? nullptr : mxB.as<T>(),
-                                          nulls.region ? nullptr : regB.as<KvpiConnectedComp>(),
-                                          nulls.buffer ? nullptr : buf.roi());
+  const KvpStatus st = call<T, CN, R, Fn>(
+      nulls.img ? nullptr : img.as<T>(), step, roi, seed, nulls.nv && c3 ? nullptr : nvB.as<T>(),
+      nulls.mn && c3 ? nullptr : mnB.as<T>(), nulls.mx && c3 ? nullptr : mxB.as<T>(),
+      nulls.region ? nullptr : regB.as<KvpiConnectedComp>(), nulls.buffer ? nullptr : buf.roi());
 
   KVF_REQUIRE(kvf::isLibraryStatus(st), "status %d is not one of the library's", (int)st);
   KVF_REQUIRE(st == expect, "status %d, expected %d (w %d h %d step %d seed %d,%d)", (int)st, (int)expect,
@@ -545,20 +592,21 @@ void runFill(kvf::Reader& in) {
     KVF_REQUIRE(got.area == area, "area %g, expected %g (%dx%d)", got.area, area, W, H);
     KVF_REQUIRE(got.rect.x == box.x0 && got.rect.y == box.y0 && got.rect.width == box.x1 - box.x0 + 1 &&
                     got.rect.height == box.y1 - box.y0 + 1,
-                "rect %d,%d %dx%d, expected %d,%d %dx%d", got.rect.x, got.rect.y, got.rect.width, got.rect.height,
-                box.x0, box.y0, box.x1 - box.x0 + 1, box.y1 - box.y0 + 1);
+                "rect %d,%d %dx%d, expected %d,%d %dx%d", got.rect.x, got.rect.y, got.rect.width,
+                got.rect.height, box.x0, box.y0, box.x1 - box.x0 + 1, box.y1 - box.y0 + 1);
   };
   auto requireValue = [&]() {
     for (int c = 0; c < 3; ++c) {
       const double e = c < CN ? (double)nv[c] : 0.0;
-      KVF_REQUIRE(std::memcmp(&e, &got.value[c], sizeof e) == 0, "value[%d] %g, expected %g", c, got.value[c], e);
+      KVF_REQUIRE(std::memcmp(&e, &got.value[c], sizeof e) == 0, "value[%d] %g, expected %g", c, got.value[c],
+                  e);
     }
   };
   auto requireImage = [&](const Pix<T, CN>& want) {
     for (int y = 0; y < H; ++y)
       for (int x = 0; x < W; ++x)
-        KVF_REQUIRE((sameBits<T, CN>(after.at(x, y), want.at(x, y))), "pixel (%d, %d) of %dx%d seed %d,%d", x, y, W,
-                    H, seed.x, seed.y);
+        KVF_REQUIRE((sameBits<T, CN>(after.at(x, y), want.at(x, y))), "pixel (%d, %d) of %dx%d seed %d,%d", x,
+                    y, W, H, seed.x, seed.y);
   };
   const T* s = before.at(seed.x, seed.y);
 
@@ -569,7 +617,8 @@ void runFill(kvf::Reader& in) {
     }
   }
   if constexpr (R == Rule::Exact) {
-    const auto member = reach<T, CN>(before, seed, Eight, [&](const T* a, const T*) { return same<T, CN>(a, s); });
+    const auto member =
+        reach<T, CN>(before, seed, Eight, [&](const T* a, const T*) { return same<T, CN>(a, s); });
     Pix<T, CN> want = before;
     Box box;
     double area = 0;
@@ -606,7 +655,8 @@ void runFill(kvf::Reader& in) {
     for (int y = 0; y < H; ++y)
       for (int x = 0; x < W; ++x) {
         if (sameBits<T, CN>(after.at(x, y), before.at(x, y))) continue;
-        KVF_REQUIRE((member[(size_t)y * W + x] && sameBits<T, CN>(after.at(x, y), nv)), "pixel (%d, %d) repainted", x, y);
+        KVF_REQUIRE((member[(size_t)y * W + x] && sameBits<T, CN>(after.at(x, y), nv)),
+                    "pixel (%d, %d) repainted", x, y);
         changed += 1;
       }
     KVF_REQUIRE(got.area >= changed, "area %g below the %g pixels changed", got.area, changed);
@@ -667,8 +717,8 @@ void runFill(kvf::Reader& in) {
     Box gotBox;
     gotBox.addRun(got.rect.y, got.rect.x, got.rect.x + got.rect.width - 1);
     gotBox.add(got.rect.x, got.rect.y + got.rect.height - 1);
-    KVF_REQUIRE(gotBox.contains(inner) && outer.contains(gotBox), "rect %d,%d %dx%d out of bounds", got.rect.x,
-                got.rect.y, got.rect.width, got.rect.height);
+    KVF_REQUIRE(gotBox.contains(inner) && outer.contains(gotBox), "rect %d,%d %dx%d out of bounds",
+                got.rect.x, got.rect.y, got.rect.width, got.rect.height);
     requireValue();
   }
 }
@@ -685,12 +735,14 @@ void runQuery(kvf::Reader& in) {
   int out[3] = {0x5a5a5a5a, 0x5a5a5a5a, 0x5a5a5a5a};
   const KvpStatus st = Grad ? kvpiFloodFillGetSize_Grad(roi, null ? nullptr : &out[1])
                             : kvpiFloodFillGetSize(roi, null ? nullptr : &out[1]);
-  const KvpStatus expect = null ? kvpStsNullPtr : (roi.width < 1 || roi.height < 1 ? kvpStsBadSize : kvpStsOk);
+  const KvpStatus expect =
+      null ? kvpStsNullPtr : (roi.width < 1 || roi.height < 1 ? kvpStsBadSize : kvpStsOk);
   KVF_REQUIRE(st == expect, "size query status %d, expected %d (%d x %d)", (int)st, (int)expect, roi.width,
               roi.height);
   KVF_REQUIRE(out[0] == 0x5a5a5a5a && out[2] == 0x5a5a5a5a, "size query wrote beside its result");
   const int want = st != kvpStsOk ? 0x5a5a5a5a : (Grad ? expectedGradBytes(roi) : expectedListBytes(roi));
-  KVF_REQUIRE(out[1] == want, "size query gave %d, expected %d (%d x %d)", out[1], want, roi.width, roi.height);
+  KVF_REQUIRE(out[1] == want, "size query gave %d, expected %d (%d x %d)", out[1], want, roi.width,
+              roi.height);
 }
 
 // ---- the table ------------------------------------------------------------------

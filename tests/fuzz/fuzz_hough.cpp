@@ -28,34 +28,56 @@ constexpr float kPiBound = 3.14159f;
 float pickRhoStep(kvf::Reader& in, long long span) {
   const uint8_t k = in.byte();
   switch (k % 16) {
-    case 0: return 1.f;
-    case 1: return 0.5f;
-    case 2: return 2.f;
-    case 3: return 0.75f;
-    case 4: return 1.5f;
-    case 5: return (float)span;
-    case 6: return std::nextafter((float)span, INFINITY);
-    case 7: return (float)in.intIn(1, 400) / 64.f;
-    case 8: return (float)span / (float)in.intIn(1, 64);
-    default: return in.pickFloat();
+    case 0:
+      return 1.f;
+    case 1:
+      return 0.5f;
+    case 2:
+      return 2.f;
+    case 3:
+      return 0.75f;
+    case 4:
+      return 1.5f;
+    case 5:
+      return (float)span;
+    case 6:
+      return std::nextafter((float)span, INFINITY);
+    case 7:
+      return (float)in.intIn(1, 400) / 64.f;
+    case 8:
+      return (float)span / (float)in.intIn(1, 64);
+    default:
+      return in.pickFloat();
   }
 }
 float pickThetaStep(kvf::Reader& in) {
   const uint8_t k = in.byte();
   switch (k % 16) {
-    case 0: return 3.14159265f / 180.f;
-    case 1: return 3.14159265f / 90.f;
-    case 2: return 3.14159265f / 45.f;
-    case 3: return 0.1f;
-    case 4: return 1.f;
-    case 5: return kPiBound;
-    case 6: return std::nextafter(kPiBound, 4.f);
-    case 7: return 3.14159265f / 2.f;
-    case 8: return (float)in.intIn(1, 4000) / 1024.f;
-    default: return in.pickFloat();
+    case 0:
+      return 3.14159265f / 180.f;
+    case 1:
+      return 3.14159265f / 90.f;
+    case 2:
+      return 3.14159265f / 45.f;
+    case 3:
+      return 0.1f;
+    case 4:
+      return 1.f;
+    case 5:
+      return kPiBound;
+    case 6:
+      return std::nextafter(kPiBound, 4.f);
+    case 7:
+      return 3.14159265f / 2.f;
+    case 8:
+      return (float)in.intIn(1, 4000) / 1024.f;
+    default:
+      return in.pickFloat();
   }
 }
-int pickCount(kvf::Reader& in, bool anyBits, int lo, int hi) { return anyBits ? in.raw<int32_t>() : in.intIn(lo, hi); }
+int pickCount(kvf::Reader& in, bool anyBits, int lo, int hi) {
+  return anyBits ? in.raw<int32_t>() : in.intIn(lo, hi);
+}
 
 // ---- geometry --------------------------------------------------------------------
 
@@ -81,8 +103,8 @@ Geometry geometryOf(KvpiSize roi, KvpPointPolar delta) {
 // The query's sum, exactly (roi sizes up to 2^31 make its first product
 // pass 63 bits).
 __int128 bufferSize(KvpiSize roi, const Geometry& g, int maxLineCount) {
-  return (__int128)roi.height * (4 * (__int128)roi.width + 64) + 16 * (__int128)maxLineCount + 8 * (__int128)g.numAngle +
-         16 * (__int128)g.numRho + 288;
+  return (__int128)roi.height * (4 * (__int128)roi.width + 64) + 16 * (__int128)maxLineCount +
+         8 * (__int128)g.numAngle + 16 * (__int128)g.numRho + 288;
 }
 
 // ---- size query ----------------------------------------------------------------------
@@ -101,8 +123,10 @@ void runGetSize(kvf::Reader& in) {
   out.arm();
   const KvpStatus st = kvpiHoughLineGetSize_8u_C1R(roi, delta, maxLines, sizeNull ? nullptr : out.as<int>());
   KVF_REQUIRE(kvf::isLibraryStatus(st), "status %d is not one of the library's", (int)st);
-  if (st < 0) KVF_REQUIRE(out.unchanged(), "a failing query wrote its result (status %d)", (int)st);
-  else KVF_REQUIRE(out.guardsIntact(), "a write beside the result");
+  if (st < 0)
+    KVF_REQUIRE(out.unchanged(), "a failing query wrote its result (status %d)", (int)st);
+  else
+    KVF_REQUIRE(out.guardsIntact(), "a write beside the result");
 
   KvpStatus expect;
   if (sizeNull)
@@ -124,10 +148,11 @@ void runGetSize(kvf::Reader& in) {
       // more the true size overflows; a negative count (not validated) can
       // pull it back, so then either answer will do.
       if (maxLines >= 0)
-        KVF_REQUIRE(st == kvpStsSizeOverflow, "status %d for an accumulator of more than 2^31 cells", (int)st);
-      else
-        KVF_REQUIRE(st == kvpStsSizeOverflow || st == kvpStsOk, "status %d for an accumulator of more than 2^31 cells",
+        KVF_REQUIRE(st == kvpStsSizeOverflow, "status %d for an accumulator of more than 2^31 cells",
                     (int)st);
+      else
+        KVF_REQUIRE(st == kvpStsSizeOverflow || st == kvpStsOk,
+                    "status %d for an accumulator of more than 2^31 cells", (int)st);
       return;
     }
     const __int128 size = bufferSize(roi, g, maxLines);
@@ -137,8 +162,8 @@ void runGetSize(kvf::Reader& in) {
     int got;
     std::memcpy(&got, out.roi(), 4);
     const int want = (int)(uint32_t)(unsigned __int128)size;
-    KVF_REQUIRE(got == want, "size %d, expected %d (%dx%d delta %g %g lines %d)", got, want, roi.width, roi.height,
-                delta.rho, delta.theta, maxLines);
+    KVF_REQUIRE(got == want, "size %d, expected %d (%dx%d delta %g %g lines %d)", got, want, roi.width,
+                roi.height, delta.rho, delta.theta, maxLines);
     return;
   }
   KVF_REQUIRE(st == expect, "status %d, expected %d", (int)st, (int)expect);
@@ -155,8 +180,10 @@ struct Found {
 // neighbours, the angles before the first and after the last counting as
 // empty. The list keeps the strongest maxLines, among equal votes the
 // earlier find first.
-KVF_NO_COVERAGE std::vector<Found> referenceLines(const uint8_t* img, int srcStep, KvpiSize roi, KvpPointPolar delta, int threshold,
-                                  int maxLines, const Geometry& g, bool windowed, long long winLo, long long winHi) {
+KVF_NO_COVERAGE std::vector<Found> referenceLines(const uint8_t* img, int srcStep, KvpiSize roi,
+                                                  KvpPointPolar delta, int threshold, int maxLines,
+                                                  const Geometry& g, bool windowed, long long winLo,
+                                                  long long winHi) {
   const double scale = (double)(1.f / delta.rho) * 1024.0;
   std::vector<long long> cosQ(g.numAngle), sinQ(g.numAngle);
   float theta = 0.f;
@@ -189,10 +216,12 @@ KVF_NO_COVERAGE std::vector<Found> referenceLines(const uint8_t* img, int srcSte
   for (long long i = 0; i < g.numAngle; ++i)
     for (long long rho = -M; rho < g.numRho + M; ++rho) {
       const int v = at(i, rho);
-      if (v > threshold && v > at(i, rho - 1) && v >= at(i, rho + 1) && v > at(i - 1, rho) && v >= at(i + 1, rho))
+      if (v > threshold && v > at(i, rho - 1) && v >= at(i, rho + 1) && v > at(i - 1, rho) &&
+          v >= at(i + 1, rho))
         peaks.push_back({(int)rho, (int)i, v});
     }
-  std::stable_sort(peaks.begin(), peaks.end(), [](const Found& a, const Found& b) { return a.votes > b.votes; });
+  std::stable_sort(peaks.begin(), peaks.end(),
+                   [](const Found& a, const Found& b) { return a.votes > b.votes; });
   if ((long long)peaks.size() > maxLines) peaks.resize((size_t)maxLines);
   return peaks;
 }
@@ -228,8 +257,9 @@ void runSearch(kvf::Reader& in) {
   roi.height = (how & 2) ? in.raw<int32_t>() : in.intIn(-2, 48);
   const long long w = std::max(roi.width, 0), h = std::max(roi.height, 0);
   // Steps at or near the row width, below it (rows overlap), or anything.
-  const int srcStep = (how & 4) ? in.raw<int32_t>() : (in.flag() ? in.intIn(-2, (int)std::min(w, 100ll))
-                                                                 : (int)(w + in.intIn(-2, 40)));
+  const int srcStep = (how & 4)
+                          ? in.raw<int32_t>()
+                          : (in.flag() ? in.intIn(-2, (int)std::min(w, 100ll)) : (int)(w + in.intIn(-2, 40)));
   const long long span = (long long)roi.width + roi.height;
   const KvpPointPolar delta{pickRhoStep(in, span), pickThetaStep(in)};
   const int threshold = pickCount(in, how & 8, -2, 30);
@@ -278,11 +308,11 @@ void runSearch(kvf::Reader& in) {
 
   // The image as one block (rows may overlap when the step is below the
   // width), or a trap.
-  kvf::GuardedPlane src = real ? (srcStep >= w ? kvf::GuardedPlane((size_t)w, (int)h, (size_t)srcStep,
-                                                                   (size_t)in.intIn(0, 31), 41)
-                                               : kvf::GuardedPlane((size_t)imageBytes, 1, (size_t)imageBytes,
-                                                                   (size_t)in.intIn(0, 31), 41))
-                               : kvf::GuardedPlane::trap(41);
+  kvf::GuardedPlane src =
+      real ? (srcStep >= w
+                  ? kvf::GuardedPlane((size_t)w, (int)h, (size_t)srcStep, (size_t)in.intIn(0, 31), 41)
+                  : kvf::GuardedPlane((size_t)imageBytes, 1, (size_t)imageBytes, (size_t)in.intIn(0, 31), 41))
+           : kvf::GuardedPlane::trap(41);
   if (real) {
     std::vector<uint8_t> img((size_t)imageBytes);
     drawImage(in, img.data(), img.size(), srcStep, roi);
@@ -303,8 +333,9 @@ void runSearch(kvf::Reader& in) {
                                  : kvf::GuardedPlane::trap(42);
   kvf::GuardedPlane count = real ? kvf::GuardedPlane(4, 1, 4, 4, 43) : kvf::GuardedPlane::trap(43);
   // The buffer at any byte offset; the search aligns its own areas.
-  kvf::GuardedPlane buf = real ? kvf::GuardedPlane((size_t)bufSize, 1, (size_t)bufSize, (size_t)in.intIn(0, 63), 44)
-                               : kvf::GuardedPlane::trap(44);
+  kvf::GuardedPlane buf =
+      real ? kvf::GuardedPlane((size_t)bufSize, 1, (size_t)bufSize, (size_t)in.intIn(0, 63), 44)
+           : kvf::GuardedPlane::trap(44);
   kvf::GuardedPlane rangePlane(sizeof(range), 1, sizeof(range), 8, 45);
   std::memcpy(rangePlane.roi(), range, sizeof(range));
   src.arm();
@@ -319,8 +350,8 @@ void runSearch(kvf::Reader& in) {
     int* pCount = countNull ? nullptr : count.as<int>();
     Kvp8u* pBuf = bufNull ? nullptr : buf.roi();
     if constexpr (Region)
-      return kvpiHoughLine_Region_8u32f_C1R(pSrc, srcStep, roi, delta, threshold, pLine, maxLines, pCount, pBuf,
-                                            rangeNull ? nullptr : rangePlane.as<KvpPointPolar>());
+      return kvpiHoughLine_Region_8u32f_C1R(pSrc, srcStep, roi, delta, threshold, pLine, maxLines, pCount,
+                                            pBuf, rangeNull ? nullptr : rangePlane.as<KvpPointPolar>());
     else
       return kvpiHoughLine_8u32f_C1R(pSrc, srcStep, roi, delta, threshold, pLine, maxLines, pCount, pBuf);
   };
@@ -328,9 +359,12 @@ void runSearch(kvf::Reader& in) {
 
   KVF_REQUIRE(kvf::isLibraryStatus(st), "status %d is not one of the library's", (int)st);
   KVF_REQUIRE(src.unchanged() && rangePlane.unchanged(), "an input was written");
-  if (nanStep) KVF_REQUIRE(st < 0, "a NaN step was accepted (status %d)", (int)st);
-  else KVF_REQUIRE(st == expect, "status %d, expected %d (%dx%d step %d delta %g %g threshold %d lines %d)", (int)st,
-                   (int)expect, roi.width, roi.height, srcStep, delta.rho, delta.theta, threshold, maxLines);
+  if (nanStep)
+    KVF_REQUIRE(st < 0, "a NaN step was accepted (status %d)", (int)st);
+  else
+    KVF_REQUIRE(st == expect, "status %d, expected %d (%dx%d step %d delta %g %g threshold %d lines %d)",
+                (int)st, (int)expect, roi.width, roi.height, srcStep, delta.rho, delta.theta, threshold,
+                maxLines);
   if (st != kvpStsOk) {
     KVF_REQUIRE(lines.unchanged() && count.unchanged() && buf.unchanged(), "a failing call wrote (status %d)",
                 (int)st);
@@ -344,7 +378,8 @@ void runSearch(kvf::Reader& in) {
   // accumulator (this library's conversion of the bounds).
   long long winLo = 0, winHi = -1;
   if (Region) {
-    const double lo = std::max(std::ceil((double)range[0].rho / (double)delta.rho) + (double)g.rhoOffset, 0.0);
+    const double lo =
+        std::max(std::ceil((double)range[0].rho / (double)delta.rho) + (double)g.rhoOffset, 0.0);
     const double hi = std::min(std::floor((double)range[1].rho / (double)delta.rho) + (double)g.rhoOffset,
                                (double)g.numRho - 1.0);
     if (lo <= hi) {
@@ -357,21 +392,23 @@ void runSearch(kvf::Reader& in) {
   auto requireLines = [&](const char* when) {
     int n;
     std::memcpy(&n, count.roi(), 4);
-    KVF_REQUIRE(n == (int)want.size(), "%d lines, expected %d (%s; %dx%d, %lld points, delta %g %g, threshold %d)",
-                n, (int)want.size(), when, roi.width, roi.height, points, delta.rho, delta.theta, threshold);
+    KVF_REQUIRE(n == (int)want.size(),
+                "%d lines, expected %d (%s; %dx%d, %lld points, delta %g %g, threshold %d)", n,
+                (int)want.size(), when, roi.width, roi.height, points, delta.rho, delta.theta, threshold);
     for (int k = 0; k < n; ++k) {
       KvpPointPolar got;
       std::memcpy(&got, lines.roi() + k * sizeof(KvpPointPolar), sizeof(got));
       const float rho = (float)(want[k].rho - g.rhoOffset) * delta.rho;
       const float theta = (float)want[k].angle * delta.theta;
       KVF_REQUIRE(std::memcmp(&got.rho, &rho, 4) == 0 && std::memcmp(&got.theta, &theta, 4) == 0,
-                  "line %d is (%g, %g), expected (%g, %g) with %d votes (%s)", k, got.rho, got.theta, rho, theta,
-                  want[k].votes, when);
+                  "line %d is (%g, %g), expected (%g, %g) with %d votes (%s)", k, got.rho, got.theta, rho,
+                  theta, want[k].votes, when);
     }
     // Records past the count stay as they were.
-    KVF_REQUIRE(std::memcmp(lines.roi() + n * sizeof(KvpPointPolar), lines.armedRow(0) + n * sizeof(KvpPointPolar),
-                            lineBytes - n * sizeof(KvpPointPolar)) == 0,
-                "a line record past the count was written (%s)", when);
+    KVF_REQUIRE(
+        std::memcmp(lines.roi() + n * sizeof(KvpPointPolar), lines.armedRow(0) + n * sizeof(KvpPointPolar),
+                    lineBytes - n * sizeof(KvpPointPolar)) == 0,
+        "a line record past the count was written (%s)", when);
   };
   requireLines("first call");
   // The buffer carries nothing between calls: a second search over the

@@ -64,7 +64,8 @@ int pickStep(kvf::Reader& in, bool anyBits, long long need, int shortBy) {
   return toInt(need + in.intIn(-shortBy, 40));
 }
 
-kvf::GuardedPlane planeOrTrap(bool fits, size_t rowBytes, int rows, long long step, size_t lead, uint8_t seed) {
+kvf::GuardedPlane planeOrTrap(bool fits, size_t rowBytes, int rows, long long step, size_t lead,
+                              uint8_t seed) {
   return fits ? kvf::GuardedPlane(rowBytes, rows, (size_t)step, lead, seed) : kvf::GuardedPlane::trap(seed);
 }
 
@@ -145,14 +146,16 @@ KVF_NO_COVERAGE std::vector<T> tiltedRef(const kvf::GuardedPlane& src, int w, in
       return square ? (uint32_t)s[x] * s[x] : s[x];
     };
     at(y, 0) = at(y - 1, 1);
-    for (int j = 1; j <= w; ++j) at(y, j) = tiltedEntry<T>(at(y - 1, j - 1), at(y - 1, j + 1), at(y - 2, j), px(j - 1), px(j));
+    for (int j = 1; j <= w; ++j)
+      at(y, j) = tiltedEntry<T>(at(y - 1, j - 1), at(y - 1, j + 1), at(y - 2, j), px(j - 1), px(j));
     at(y, w + 1) = at(y - 1, w);
   }
   return t;
 }
 
 template <class T>
-KVF_NO_COVERAGE void requireTable(const kvf::GuardedPlane& p, const std::vector<T>& ref, int cols, int rows, const char* what) {
+KVF_NO_COVERAGE void requireTable(const kvf::GuardedPlane& p, const std::vector<T>& ref, int cols, int rows,
+                                  const char* what) {
   for (int y = 0; y < rows; ++y)
     for (int x = 0; x < cols; ++x) {
       const T got = readAt<T>(p.row(y), x), want = ref[(size_t)y * cols + x];
@@ -191,11 +194,12 @@ void runBuilder(kvf::Reader& in) {
   const TQ valSqr = pickValue<TQ>(in);
   const uint8_t fill = in.byte();  // pixels once the input runs out
 
-  const KvpStatus expect = builderStatus(srcNull, dstNull, sqrNull, kSqr, roi, kExtra, srcStep, dstStep, sizeof(TS),
-                                         sqrStep, sizeof(TQ));
-  const bool fits = kvf::planeFits(w, h, srcStep, srcLead, kMaxPlaneBytes) &&
-                    kvf::planeFits(cols * (long long)sizeof(TS), rows, dstStep, dstLead, kMaxPlaneBytes) &&
-                    (!kSqr || kvf::planeFits(cols * (long long)sizeof(TQ), rows, sqrStep, sqrLead, kMaxPlaneBytes));
+  const KvpStatus expect = builderStatus(srcNull, dstNull, sqrNull, kSqr, roi, kExtra, srcStep, dstStep,
+                                         sizeof(TS), sqrStep, sizeof(TQ));
+  const bool fits =
+      kvf::planeFits(w, h, srcStep, srcLead, kMaxPlaneBytes) &&
+      kvf::planeFits(cols * (long long)sizeof(TS), rows, dstStep, dstLead, kMaxPlaneBytes) &&
+      (!kSqr || kvf::planeFits(cols * (long long)sizeof(TQ), rows, sqrStep, sqrLead, kMaxPlaneBytes));
   if (expect == kvpStsOk && !fits) return;
 
   kvf::GuardedPlane src = planeOrTrap(fits, (size_t)w, (int)h, srcStep, srcLead, 11);
@@ -218,8 +222,8 @@ void runBuilder(kvf::Reader& in) {
     st = Fn(pSrc, srcStep, pDst, dstStep, roi, val);
 
   KVF_REQUIRE(kvf::isLibraryStatus(st), "status %d is not one of the library's", (int)st);
-  KVF_REQUIRE(st == expect, "status %d, expected %d (w %d h %d steps %d %d %d)", (int)st, (int)expect, roi.width,
-              roi.height, srcStep, dstStep, sqrStep);
+  KVF_REQUIRE(st == expect, "status %d, expected %d (w %d h %d steps %d %d %d)", (int)st, (int)expect,
+              roi.width, roi.height, srcStep, dstStep, sqrStep);
   KVF_REQUIRE(src.unchanged(), "the source was written");
   if (st != kvpStsOk) {
     KVF_REQUIRE(dst.unchanged() && sqr.unchanged(), "a failing call wrote a table (status %d)", (int)st);
@@ -230,7 +234,8 @@ void runBuilder(kvf::Reader& in) {
   if constexpr (Tilted) {
     requireTable(dst, tiltedRef<TS>(src, (int)w, (int)h, val, false), (int)cols, (int)rows, "tilted sum");
     if constexpr (kSqr)
-      requireTable(sqr, tiltedRef<TQ>(src, (int)w, (int)h, valSqr, true), (int)cols, (int)rows, "tilted squared");
+      requireTable(sqr, tiltedRef<TQ>(src, (int)w, (int)h, valSqr, true), (int)cols, (int)rows,
+                   "tilted squared");
   } else {
     requireTable(dst, uprightRef<TS>(src, (int)w, (int)h, val, false), (int)cols, (int)rows, "sum");
     if constexpr (kSqr)
@@ -273,8 +278,8 @@ long long windowCols(bool tilted, KvpiSize roi, KvpiRect r) {
                 : (long long)r.width + roi.width + r.x;
 }
 
-KvpStatus stdDevStatus(bool srcNull, bool sqrNull, bool dstNull, KvpiSize roi, KvpiRect r, bool tilted, int srcStep,
-                       int srcElem, int sqrStep, int sqrElem, int dstStep, int dstElem) {
+KvpStatus stdDevStatus(bool srcNull, bool sqrNull, bool dstNull, KvpiSize roi, KvpiRect r, bool tilted,
+                       int srcStep, int srcElem, int sqrStep, int sqrElem, int dstStep, int dstElem) {
   if (srcNull || sqrNull || dstNull) return kvpStsNullPtr;
   if (roi.width < 1 || roi.height < 1) return kvpStsBadSize;
   const long long cols = windowCols(tilted, roi, r);
@@ -292,7 +297,10 @@ struct Reads {
 };
 Reads readsOf(bool tilted, KvpiRect r) {
   const long long x = r.x, y = r.y, w = r.width, h = r.height;
-  if (tilted) return {{x + y + w + h, x + y + h, x + y + w, x + y}, {x - y + w - h, x - y - h, x - y + w, x - y}, 2 * w * h};
+  if (tilted)
+    return {{x + y + w + h, x + y + h, x + y + w, x + y},
+            {x - y + w - h, x - y - h, x - y + w, x - y},
+            2 * w * h};
   return {{y + h, y, y + h, y}, {x + w, x + w, x, x}, w * h};
 }
 
@@ -372,8 +380,8 @@ TableLayout layoutOf(bool tilted, KvpiSize roi, KvpiRect r) {
 // (every upright window has a variance of exactly 0, so rounding can only
 // push it below), or the integral of an image from the input.
 template <class T>
-KVF_NO_COVERAGE void fillTable(kvf::GuardedPlane& p, const TableLayout& L, kvf::Reader& in, int mode, int cv, bool square,
-               const std::vector<uint8_t>& img) {
+KVF_NO_COVERAGE void fillTable(kvf::GuardedPlane& p, const TableLayout& L, kvf::Reader& in, int mode, int cv,
+                               bool square, const std::vector<uint8_t>& img) {
   // Sums of the image above and left of each entry, rows x cols.
   std::vector<double> cum;
   if (mode == 2) {
@@ -381,7 +389,8 @@ KVF_NO_COVERAGE void fillTable(kvf::GuardedPlane& p, const TableLayout& L, kvf::
     for (long long y = 1; y < L.rows; ++y)
       for (long long x = 1; x < L.cols; ++x) {
         const double pv = img[(size_t)((y - 1) * L.cols + x - 1)];
-        cum[(size_t)(y * L.cols + x)] = cum[(size_t)((y - 1) * L.cols + x)] + cum[(size_t)(y * L.cols + x - 1)] -
+        cum[(size_t)(y * L.cols + x)] = cum[(size_t)((y - 1) * L.cols + x)] +
+                                        cum[(size_t)(y * L.cols + x - 1)] -
                                         cum[(size_t)((y - 1) * L.cols + x - 1)] + (square ? pv * pv : pv);
       }
   }
@@ -442,16 +451,17 @@ void runStdDev(kvf::Reader& in) {
   const uint8_t nulls = big ? 0 : in.byte();
   const bool srcNull = (nulls & 3) == 1, sqrNull = ((nulls >> 2) & 3) == 1, dstNull = ((nulls >> 4) & 3) == 1;
 
-  const KvpStatus expect = stdDevStatus(srcNull, sqrNull, dstNull, roi, r, Tilted, srcStep, sizeof(TS), sqrStep,
-                                        sizeof(TQ), dstStep, sizeof(TD));
+  const KvpStatus expect = stdDevStatus(srcNull, sqrNull, dstNull, roi, r, Tilted, srcStep, sizeof(TS),
+                                        sqrStep, sizeof(TQ), dstStep, sizeof(TD));
   // Every read must land on a table pixel, so a table row must hold all the
   // columns read from it.
-  const bool fits = rectOk && roiOk && srcStep >= L.cols * (long long)sizeof(TS) &&
-                    sqrStep >= L.cols * (long long)sizeof(TQ) &&
-                    kvf::planeFits(L.cols * (long long)sizeof(TS), L.rows, srcStep, srcLead, kMaxPlaneBytes) &&
-                    kvf::planeFits(L.cols * (long long)sizeof(TQ), L.rows, sqrStep, sqrLead, kMaxPlaneBytes) &&
-                    kvf::planeFits((long long)roi.width * (long long)sizeof(TD), roi.height, dstStep, dstLead,
-                                   kMaxPlaneBytes);
+  const bool fits =
+      rectOk && roiOk && srcStep >= L.cols * (long long)sizeof(TS) &&
+      sqrStep >= L.cols * (long long)sizeof(TQ) &&
+      kvf::planeFits(L.cols * (long long)sizeof(TS), L.rows, srcStep, srcLead, kMaxPlaneBytes) &&
+      kvf::planeFits(L.cols * (long long)sizeof(TQ), L.rows, sqrStep, sqrLead, kMaxPlaneBytes) &&
+      kvf::planeFits((long long)roi.width * (long long)sizeof(TD), roi.height, dstStep, dstLead,
+                     kMaxPlaneBytes);
   if (expect == kvpStsOk && !fits) return;
 
   kvf::GuardedPlane src = planeOrTrap(fits, (size_t)L.cols * sizeof(TS), (int)L.rows, srcStep, srcLead, 21);

@@ -61,8 +61,8 @@ void run(kvf::Reader& in, MotionFn<S> fn) {
 
   const bool fits = kvf::planeFits((long long)sh.roi.width * (long long)sizeof(S), sh.roi.height, sh.silStep,
                                    (long long)sh.silLead, kMaxPlaneBytes) &&
-                    kvf::planeFits((long long)sh.roi.width * 4, sh.roi.height, sh.mhiStep, (long long)sh.mhiLead,
-                                   kMaxPlaneBytes);
+                    kvf::planeFits((long long)sh.roi.width * 4, sh.roi.height, sh.mhiStep,
+                                   (long long)sh.mhiLead, kMaxPlaneBytes);
   // A successful call on planes too big to lay out here is not tried; every
   // failing call is, on trap planes when the planes cannot be laid out.
   if (expect == kvpStsOk && !fits) return;
@@ -70,8 +70,8 @@ void run(kvf::Reader& in, MotionFn<S> fn) {
   kvf::GuardedPlane sil = fits ? kvf::GuardedPlane((size_t)sh.roi.width * sizeof(S), sh.roi.height,
                                                    (size_t)sh.silStep, sh.silLead, in.byte())
                                : kvf::GuardedPlane::trap(1);
-  kvf::GuardedPlane mhi = fits ? kvf::GuardedPlane((size_t)sh.roi.width * 4, sh.roi.height, (size_t)sh.mhiStep,
-                                                   sh.mhiLead, in.byte())
+  kvf::GuardedPlane mhi = fits ? kvf::GuardedPlane((size_t)sh.roi.width * 4, sh.roi.height,
+                                                   (size_t)sh.mhiStep, sh.mhiLead, in.byte())
                                : kvf::GuardedPlane::trap(2);
   if (fits) {
     // Pixels: silhouettes mostly still with the rest from the input;
@@ -94,12 +94,12 @@ void run(kvf::Reader& in, MotionFn<S> fn) {
   sil.arm();
   mhi.arm();
 
-  const KvpStatus st = fn(silNull ? nullptr : sil.as<S>(), sh.silStep, mhiNull ? nullptr : mhi.as<Kvp32f>(), sh.mhiStep,
-                          sh.roi, ts, dur);
+  const KvpStatus st = fn(silNull ? nullptr : sil.as<S>(), sh.silStep, mhiNull ? nullptr : mhi.as<Kvp32f>(),
+                          sh.mhiStep, sh.roi, ts, dur);
 
   KVF_REQUIRE(kvf::isLibraryStatus(st), "status %d is not one of the library's", (int)st);
-  KVF_REQUIRE(st == expect, "status %d, expected %d (w %d h %d steps %d %d)", (int)st, (int)expect, sh.roi.width,
-              sh.roi.height, sh.silStep, sh.mhiStep);
+  KVF_REQUIRE(st == expect, "status %d, expected %d (w %d h %d steps %d %d)", (int)st, (int)expect,
+              sh.roi.width, sh.roi.height, sh.silStep, sh.mhiStep);
   KVF_REQUIRE(sil.unchanged(), "the silhouette was written");
   if (st != kvpStsOk) {
     KVF_REQUIRE(mhi.unchanged(), "a failing call wrote the history (status %d)", (int)st);
@@ -115,7 +115,8 @@ void run(kvf::Reader& in, MotionFn<S> fn) {
       std::memcpy(&before, mhi.armedRow(y) + x * 4, 4);
       std::memcpy(&after, mhi.row(y) + x * 4, 4);
       const float e = sv != S(0) ? ts : (before < limit ? 0.f : before);
-      KVF_REQUIRE(std::memcmp(&e, &after, 4) == 0, "pixel (%d, %d) of %dx%d", x, y, sh.roi.width, sh.roi.height);
+      KVF_REQUIRE(std::memcmp(&e, &after, 4) == 0, "pixel (%d, %d) of %dx%d", x, y, sh.roi.width,
+                  sh.roi.height);
     }
 }
 
@@ -124,9 +125,15 @@ void run(kvf::Reader& in, MotionFn<S> fn) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   kvf::Reader in(data, size);
   switch (in.byte() % 3) {
-    case 0: run<Kvp8u>(in, kvpiUpdateMotionHistory_8u32f_C1IR); break;
-    case 1: run<Kvp16u>(in, kvpiUpdateMotionHistory_16u32f_C1IR); break;
-    default: run<Kvp32f>(in, kvpiUpdateMotionHistory_32f_C1IR); break;
+    case 0:
+      run<Kvp8u>(in, kvpiUpdateMotionHistory_8u32f_C1IR);
+      break;
+    case 1:
+      run<Kvp16u>(in, kvpiUpdateMotionHistory_16u32f_C1IR);
+      break;
+    default:
+      run<Kvp32f>(in, kvpiUpdateMotionHistory_32f_C1IR);
+      break;
   }
   return 0;
 }

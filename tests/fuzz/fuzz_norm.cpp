@@ -38,11 +38,15 @@ template <class Tr, auto Fn>
 KvpStatus call(const typename Tr::Src* a, int as, const typename Tr::Src* b, int bs, const Kvp8u* m, int ms,
                KvpiSize roi, int coi, Kvp64f* v) {
   if constexpr (!Tr::kTwo) {
-    if constexpr (Tr::kChans == 1) return Fn(a, as, m, ms, roi, v);
-    else return Fn(a, as, m, ms, roi, coi, v);
+    if constexpr (Tr::kChans == 1)
+      return Fn(a, as, m, ms, roi, v);
+    else
+      return Fn(a, as, m, ms, roi, coi, v);
   } else {
-    if constexpr (Tr::kChans == 1) return Fn(a, as, b, bs, m, ms, roi, v);
-    else return Fn(a, as, b, bs, m, ms, roi, coi, v);
+    if constexpr (Tr::kChans == 1)
+      return Fn(a, as, b, bs, m, ms, roi, v);
+    else
+      return Fn(a, as, b, bs, m, ms, roi, coi, v);
   }
 }
 
@@ -64,8 +68,8 @@ int lowBitExponent(float f) {
 // The norm of kind K over the selected pixels (channel ch of C): of a, or
 // of a - b.
 template <Kind K, class S>
-KVF_NO_COVERAGE Est reference(const kvf::GuardedPlane& a, const kvf::GuardedPlane* b, const kvf::GuardedPlane& m, int w,
-                           int h, int C, int ch) {
+KVF_NO_COVERAGE Est reference(const kvf::GuardedPlane& a, const kvf::GuardedPlane* b,
+                              const kvf::GuardedPlane& m, int w, int h, int C, int ch) {
   const uint8_t *ra = nullptr, *rb = nullptr;
   auto at = [&](const uint8_t* row, int x) {
     S v;
@@ -272,8 +276,9 @@ void run(kvf::Stream& in) {
 
   auto ptr = [&](int i) -> const uint8_t* { return p[i].used && !p[i].null ? g[i]->roi() : nullptr; };
   auto invoke = [&](Kvp64f* out) {
-    return call<Tr, Fn>(reinterpret_cast<const S*>(ptr(kS1)), p[kS1].step, reinterpret_cast<const S*>(ptr(kS2)),
-                        p[kS2].step, ptr(kMask), p[kMask].step, roi, coi, out);
+    return call<Tr, Fn>(reinterpret_cast<const S*>(ptr(kS1)), p[kS1].step,
+                        reinterpret_cast<const S*>(ptr(kS2)), p[kS2].step, ptr(kMask), p[kMask].step, roi,
+                        coi, out);
   };
   const KvpStatus st = invoke(valueNull ? nullptr : value.as<Kvp64f>());
 
@@ -281,8 +286,8 @@ void run(kvf::Stream& in) {
   for (int i = 0; i < kPlanes; ++i)
     if (p[i].used) KVF_REQUIRE(g[i]->unchanged(), "input plane %d was written", i);
   if (expect != kvpStsOk) {
-    KVF_REQUIRE(st == expect, "status %d, expected %d (w %d h %d steps %d %d %d coi %d)", (int)st, (int)expect,
-                roi.width, roi.height, p[0].step, p[1].step, p[2].step, coi);
+    KVF_REQUIRE(st == expect, "status %d, expected %d (w %d h %d steps %d %d %d coi %d)", (int)st,
+                (int)expect, roi.width, roi.height, p[0].step, p[1].step, p[2].step, coi);
     KVF_REQUIRE(value.unchanged(), "a failing call wrote the result (status %d)", (int)st);
     return;
   }
@@ -293,8 +298,8 @@ void run(kvf::Stream& in) {
   std::memcpy(&v, value.roi(), 8);
 
   const int ch = coi - 1;
-  const Est a = reference<Tr::kKind, S>(*g[kS1], Tr::kTwo ? &*g[kS2] : nullptr, *g[kMask], roi.width, roi.height, C,
-                                        ch);
+  const Est a = reference<Tr::kKind, S>(*g[kS1], Tr::kTwo ? &*g[kS2] : nullptr, *g[kMask], roi.width,
+                                        roi.height, C, ch);
   if (Tr::kOp == Op::Rel)
     checkRel(a, reference<Tr::kKind, S>(*g[kS2], nullptr, *g[kMask], roi.width, roi.height, C, ch), st, v);
   else
@@ -307,7 +312,8 @@ void run(kvf::Stream& in) {
     Kvp64f again = 0;
     const KvpStatus st1 = invoke(&again);
     KVF_REQUIRE(st1 == st, "status %d with one thread, %d with %d", (int)st1, (int)st, threads);
-    KVF_REQUIRE(kvf::bitsOf(again) == kvf::bitsOf(v), "value %a with one thread, %a with %d", again, v, threads);
+    KVF_REQUIRE(kvf::bitsOf(again) == kvf::bitsOf(v), "value %a with one thread, %a with %d", again, v,
+                threads);
   }
 }
 
@@ -316,11 +322,12 @@ using Runner = void (*)(kvf::Stream&);
 template <Op O, Kind K, class S, int C, auto Fn>
 constexpr Runner entry = &run<Traits<O, K, S, C>, Fn>;
 
-#define KVF_NORM_OP(OP, NAME, KIND, TS, T)                                  \
-  entry<Op::OP, Kind::KIND, T, 1, kvpi##NAME##_##KIND##_##TS##_C1MR>,      \
+#define KVF_NORM_OP(OP, NAME, KIND, TS, T)                            \
+  entry<Op::OP, Kind::KIND, T, 1, kvpi##NAME##_##KIND##_##TS##_C1MR>, \
       entry<Op::OP, Kind::KIND, T, 3, kvpi##NAME##_##KIND##_##TS##_C3CMR>
-#define KVF_NORM_KIND(KIND, TS, T) \
-  KVF_NORM_OP(Norm, Norm, KIND, TS, T), KVF_NORM_OP(Diff, NormDiff, KIND, TS, T), KVF_NORM_OP(Rel, NormRel, KIND, TS, T)
+#define KVF_NORM_KIND(KIND, TS, T)                                                \
+  KVF_NORM_OP(Norm, Norm, KIND, TS, T), KVF_NORM_OP(Diff, NormDiff, KIND, TS, T), \
+      KVF_NORM_OP(Rel, NormRel, KIND, TS, T)
 #define KVF_NORM_TYPE(TS, T) KVF_NORM_KIND(Inf, TS, T), KVF_NORM_KIND(L1, TS, T), KVF_NORM_KIND(L2, TS, T)
 
 const Runner kRunners[] = {

@@ -14,7 +14,6 @@
 
 #include "fuzz_support.h"
 
-
 namespace kvf {
 
 // The input's bytes while they last, then bytes from a small generator
@@ -63,9 +62,8 @@ inline float floatBits(uint32_t u) {
 // sometimes any bits.
 KVF_NO_COVERAGE inline float pickF(Stream& s) {
   static const uint32_t special[] = {
-      0x00000000u, 0x80000000u, 0x3f800000u, 0xbf800000u, 0x00000001u, 0x80800000u, 0x7f7fffffu,
-      0xff7fffffu, 0x7f800000u, 0xff800000u, 0x7fc00000u, 0xffc00001u, 0x7f800001u, 0x4b800000u,
-      0x4b800001u, 0x33800000u,
+      0x00000000u, 0x80000000u, 0x3f800000u, 0xbf800000u, 0x00000001u, 0x80800000u, 0x7f7fffffu, 0xff7fffffu,
+      0x7f800000u, 0xff800000u, 0x7fc00000u, 0xffc00001u, 0x7f800001u, 0x4b800000u, 0x4b800001u, 0x33800000u,
   };
   const uint8_t k = s.byte();
   if (k < 24) return floatBits(special[k % (sizeof special / sizeof special[0])]);
@@ -83,10 +81,14 @@ KVF_NO_COVERAGE T pickElem(Stream& s) {
     if (k < 32) {
       // The type's extremes and their neighbours.
       switch (k & 3) {
-        case 0: return std::numeric_limits<T>::min();
-        case 1: return std::numeric_limits<T>::max();
-        case 2: return (T)(std::numeric_limits<T>::min() + 1);
-        default: return (T)(std::numeric_limits<T>::max() - 1);
+        case 0:
+          return std::numeric_limits<T>::min();
+        case 1:
+          return std::numeric_limits<T>::max();
+        case 2:
+          return (T)(std::numeric_limits<T>::min() + 1);
+        default:
+          return (T)(std::numeric_limits<T>::max() - 1);
       }
     }
     return s.raw<T>();
@@ -104,8 +106,8 @@ KVF_NO_COVERAGE inline uint8_t pickMask(Stream& s) {
 // One plane of a call as the checks see it.
 struct PlaneDesc {
   bool used = false;
-  int elem = 1;       // bytes per element
-  int chans = 1;      // elements per pixel
+  int elem = 1;   // bytes per element
+  int chans = 1;  // elements per pixel
   int step = 0;
   size_t lead = 0;    // bytes from the allocation to the ROI (whole elements)
   bool null = false;  // pass a null pointer
@@ -116,7 +118,8 @@ struct PlaneDesc {
 // a null pointer, then the size, then each step against its plane's row
 // bytes, then the steps of planes wider than a byte against their element
 // size. Success is kvpStsOk; callers add their own later checks.
-inline KvpStatus commonStatus(const PlaneDesc* p, int n, long long width, long long height, bool extraNull = false) {
+inline KvpStatus commonStatus(const PlaneDesc* p, int n, long long width, long long height,
+                              bool extraNull = false) {
   for (int i = 0; i < n; ++i)
     if (p[i].used && p[i].null) return kvpStsNullPtr;
   if (extraNull) return kvpStsNullPtr;

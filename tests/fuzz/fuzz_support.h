@@ -24,15 +24,14 @@
 #include "kvpcv.h"
 
 // Stops the run with a message; libFuzzer records the input as a crash.
-#define KVF_REQUIRE(cond, ...)                                              \
-  do {                                                                      \
-    if (!(cond)) {                                                          \
-      std::fprintf(stderr, "%s:%d: requirement failed: %s\n  ", __FILE__,  \
-                   __LINE__, #cond);                                        \
-      std::fprintf(stderr, __VA_ARGS__);                                    \
-      std::fprintf(stderr, "\n");                                           \
-      std::abort();                                                         \
-    }                                                                       \
+#define KVF_REQUIRE(cond, ...)                                                              \
+  do {                                                                                      \
+    if (!(cond)) {                                                                          \
+      std::fprintf(stderr, "%s:%d: requirement failed: %s\n  ", __FILE__, __LINE__, #cond); \
+      std::fprintf(stderr, __VA_ARGS__);                                                    \
+      std::fprintf(stderr, "\n");                                                           \
+      std::abort();                                                                         \
+    }                                                                                       \
   } while (0)
 
 // For the targets' own loops (references, guard scans): no coverage
@@ -131,13 +130,12 @@ class Reader {
 
 // True for every status the library may return.
 inline bool isLibraryStatus(KvpStatus s) {
-  static const KvpStatus table[] = {kvpStsLineCountWarning, kvpStsSizeOverflow, kvpStsDivByZero,
-                                    kvpStsOk,               kvpStsInternalFail, kvpStsError,
-                                    kvpStsBadArg,           kvpStsBadSize,      kvpStsBadRange,
-                                    kvpStsNullPtr,          kvpStsNoMemory,     kvpStsOutOfRange,
-                                    kvpStsBadDataType,      kvpStsStepNotMultiple, kvpStsBadStep,
-                                    kvpStsBadMaskSize,      kvpStsBadAnchor,    kvpStsBadCoi,
-                                    kvpStsBadChannels,      kvpStsBadMetric};
+  static const KvpStatus table[] = {
+      kvpStsLineCountWarning, kvpStsSizeOverflow,    kvpStsDivByZero,   kvpStsOk,
+      kvpStsInternalFail,     kvpStsError,           kvpStsBadArg,      kvpStsBadSize,
+      kvpStsBadRange,         kvpStsNullPtr,         kvpStsNoMemory,    kvpStsOutOfRange,
+      kvpStsBadDataType,      kvpStsStepNotMultiple, kvpStsBadStep,     kvpStsBadMaskSize,
+      kvpStsBadAnchor,        kvpStsBadCoi,          kvpStsBadChannels, kvpStsBadMetric};
   for (KvpStatus t : table)
     if (s == t) return true;
   return false;
@@ -145,7 +143,8 @@ inline bool isLibraryStatus(KvpStatus s) {
 
 // Whether a plane of rows x rowBytes with the given step and lead can be laid
 // out in at most maxBytes.
-inline bool planeFits(long long rowBytes, long long rows, long long step, long long lead, long long maxBytes) {
+inline bool planeFits(long long rowBytes, long long rows, long long step, long long lead,
+                      long long maxBytes) {
   if (rowBytes < 1 || rows < 1 || step < rowBytes || lead < 0) return false;
   if (rows > maxBytes || step > maxBytes) return false;
   return lead + (rows - 1) * step + rowBytes <= maxBytes;

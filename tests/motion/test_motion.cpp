@@ -32,21 +32,33 @@ S randomSilhouette(kvt::Rng& rng) {
   const unsigned k = rng() % 10;
   if constexpr (std::is_floating_point_v<S>) {
     switch (k) {
-      case 0: return -0.f;                                   // still
-      case 1: return kNaN;                                   // moving
-      case 2: return std::bit_cast<float>(0xffc00001u);      // negative NaN with payload: moving
-      case 3: return std::numeric_limits<float>::denorm_min();  // moving
-      case 4: return -kInf;
-      case 5: return std::uniform_real_distribution<float>(-1e3f, 1e3f)(rng);
-      default: return 0.f;
+      case 0:
+        return -0.f;  // still
+      case 1:
+        return kNaN;  // moving
+      case 2:
+        return std::bit_cast<float>(0xffc00001u);  // negative NaN with payload: moving
+      case 3:
+        return std::numeric_limits<float>::denorm_min();  // moving
+      case 4:
+        return -kInf;
+      case 5:
+        return std::uniform_real_distribution<float>(-1e3f, 1e3f)(rng);
+      default:
+        return 0.f;
     }
   } else {
     switch (k) {
-      case 0: return S(1);
-      case 1: return std::numeric_limits<S>::max();
-      case 2: return S(0x80);
-      case 3: return S(1 + rng() % std::numeric_limits<S>::max());
-      default: return S(0);
+      case 0:
+        return S(1);
+      case 1:
+        return std::numeric_limits<S>::max();
+      case 2:
+        return S(0x80);
+      case 3:
+        return S(1 + rng() % std::numeric_limits<S>::max());
+      default:
+        return S(0);
     }
   }
 }
@@ -54,16 +66,26 @@ S randomSilhouette(kvt::Rng& rng) {
 // History values clustered around the limit, plus the special values.
 float randomHistory(kvt::Rng& rng, float ts, float limit) {
   switch (rng() % 14) {
-    case 0: return limit;                              // kept
-    case 1: return std::nextafter(limit, -kInf);       // just below: cleared
-    case 2: return std::nextafter(limit, kInf);        // kept
-    case 3: return kNaN;                               // kept
-    case 4: return std::bit_cast<float>(0xff800123u);  // signalling-pattern NaN, kept bit for bit
-    case 5: return -0.f;
-    case 6: return kInf;
-    case 7: return -kInf;
-    case 8: return ts;
-    case 9: return std::numeric_limits<float>::denorm_min();
+    case 0:
+      return limit;  // kept
+    case 1:
+      return std::nextafter(limit, -kInf);  // just below: cleared
+    case 2:
+      return std::nextafter(limit, kInf);  // kept
+    case 3:
+      return kNaN;  // kept
+    case 4:
+      return std::bit_cast<float>(0xff800123u);  // signalling-pattern NaN, kept bit for bit
+    case 5:
+      return -0.f;
+    case 6:
+      return kInf;
+    case 7:
+      return -kInf;
+    case 8:
+      return ts;
+    case 9:
+      return std::numeric_limits<float>::denorm_min();
     default: {
       const float span =
           std::isfinite(limit) && std::isfinite(ts) ? std::fmin(std::fabs(ts - limit) + 1.f, 1e36f) : 100.f;
@@ -83,8 +105,8 @@ struct Stamp {
 // history is kept).
 const std::vector<Stamp>& stamps() {
   static const std::vector<Stamp> s = {
-      {100.25f, 10.5f}, {5.f, 0.f},   {5.f, -0.f},  {-3.5f, 2.f},   {-0.f, 1.f},     {1e30f, 3e38f},
-      {0.1f, 0.2f},     {7.f, kInf},  {kInf, 1.f},  {kNaN, 1.f},    {3.f, kNaN},     {16777216.f, 1.f},
+      {100.25f, 10.5f}, {5.f, 0.f},  {5.f, -0.f}, {-3.5f, 2.f}, {-0.f, 1.f}, {1e30f, 3e38f},
+      {0.1f, 0.2f},     {7.f, kInf}, {kInf, 1.f}, {kNaN, 1.f},  {3.f, kNaN}, {16777216.f, 1.f},
   };
   return s;
 }
@@ -104,7 +126,8 @@ void checkMember(MotionFn<S> f, uint64_t salt) {
 
     Plane<Kvp32f> expect = mhi;
     for (int y = 0; y < sz.height; ++y)
-      for (int x = 0; x < sz.width; ++x) expect.at(x, y) = refUpdate(sil.at(x, y), mhi.at(x, y), st.ts, limit);
+      for (int x = 0; x < sz.width; ++x)
+        expect.at(x, y) = refUpdate(sil.at(x, y), mhi.at(x, y), st.ts, limit);
 
     const auto silBefore = sil.bytes();
     const auto before = mhi.bytes();
@@ -158,7 +181,8 @@ TEST(MotionHistory, TrailOfAMovingBar) {
   for (int f = 1; f <= frames; ++f) {
     std::fill(sil.begin(), sil.end(), 0);
     sil[f] = 1000;
-    ASSERT_EQ(kvpStsOk, kvpiUpdateMotionHistory_16u32f_C1IR(sil.data(), w * 2, mhi.data(), w * 4, {w, 1}, (float)f, dur));
+    ASSERT_EQ(kvpStsOk, kvpiUpdateMotionHistory_16u32f_C1IR(sil.data(), w * 2, mhi.data(), w * 4, {w, 1},
+                                                            (float)f, dur));
   }
   for (int x = 0; x < w; ++x) {
     const bool inTrail = x <= frames && x >= frames - (int)dur;
@@ -186,7 +210,8 @@ TEST(MotionHistory, FloatSilhouetteZeroSigns) {
     for (int shift = 0; shift < 5; ++shift) {
       std::vector<Kvp32f> sil(w), mhi(w, 1.f);
       for (int x = 0; x < w; ++x) sil[x] = pattern[(x + shift) % 5];
-      ASSERT_EQ(kvpStsOk, kvpiUpdateMotionHistory_32f_C1IR(sil.data(), w * 4, mhi.data(), w * 4, {w, 1}, 3.f, 0.5f));
+      ASSERT_EQ(kvpStsOk,
+                kvpiUpdateMotionHistory_32f_C1IR(sil.data(), w * 4, mhi.data(), w * 4, {w, 1}, 3.f, 0.5f));
       for (int x = 0; x < w; ++x) {
         const uint32_t expect = std::isnan(sil[x]) ? std::bit_cast<uint32_t>(3.f) : 0u;
         ASSERT_EQ(expect, std::bit_cast<uint32_t>(mhi[x])) << "width " << w << " x " << x;
@@ -232,8 +257,8 @@ void runChecks(MotionFn<S> f, const std::vector<CheckCase>& cases) {
   sil.fill([&] { return S(1); });
   for (const CheckCase& c : cases) {
     const auto before = mhi.bytes();
-    const KvpStatus st = f(c.nullSil ? nullptr : sil.roi(), c.silStep, c.nullMhi ? nullptr : mhi.roi(), c.mhiStep,
-                           c.size, 1.f, c.dur);
+    const KvpStatus st = f(c.nullSil ? nullptr : sil.roi(), c.silStep, c.nullMhi ? nullptr : mhi.roi(),
+                           c.mhiStep, c.size, 1.f, c.dur);
     EXPECT_EQ(c.expect, st) << c.what;
     if (st != kvpStsOk) {
       EXPECT_TRUE(mhi.unchanged(before)) << c.what;
@@ -258,7 +283,13 @@ std::vector<CheckCase> commonChecks(int e) {
       {"history step not a multiple of 4", false, false, {8, 3}, s, m + 2, -1.f, kvpStsStepNotMultiple},
       {"history step odd", false, false, {8, 3}, s, m + 1, 1.f, kvpStsStepNotMultiple},
       {"negative duration last", false, false, {8, 3}, s, m, -1.f, kvpStsOutOfRange},
-      {"tiny negative duration", false, false, {8, 3}, s, m, -std::numeric_limits<float>::denorm_min(),
+      {"tiny negative duration",
+       false,
+       false,
+       {8, 3},
+       s,
+       m,
+       -std::numeric_limits<float>::denorm_min(),
        kvpStsOutOfRange},
       {"minus infinity duration", false, false, {8, 3}, s, m, -kInf, kvpStsOutOfRange},
       {"smallest steps", false, false, {8, 3}, s, m, 0.f, kvpStsOk},
@@ -270,14 +301,16 @@ TEST(MotionHistory, Checks8u) {
   auto cases = commonChecks(1);
   // The 8-bit member tests only the history step's multiple.
   cases.push_back({"odd silhouette step is fine", false, false, {8, 3}, 9, 32, 1.f, kvpStsOk});
-  cases.push_back({"odd silhouette step, negative duration", false, false, {8, 3}, 11, 32, -1.f, kvpStsOutOfRange});
+  cases.push_back(
+      {"odd silhouette step, negative duration", false, false, {8, 3}, 11, 32, -1.f, kvpStsOutOfRange});
   runChecks<Kvp8u>(kvpiUpdateMotionHistory_8u32f_C1IR, cases);
 }
 
 TEST(MotionHistory, Checks16u) {
   auto cases = commonChecks(2);
   cases.push_back({"odd silhouette step", false, false, {8, 3}, 17, 32, 1.f, kvpStsStepNotMultiple});
-  cases.push_back({"odd silhouette step before duration", false, false, {8, 3}, 17, 32, -1.f, kvpStsStepNotMultiple});
+  cases.push_back(
+      {"odd silhouette step before duration", false, false, {8, 3}, 17, 32, -1.f, kvpStsStepNotMultiple});
   cases.push_back({"silhouette step 2 mod 4 is fine", false, false, {8, 3}, 18, 32, 1.f, kvpStsOk});
   runChecks<Kvp16u>(kvpiUpdateMotionHistory_16u32f_C1IR, cases);
 }
@@ -296,8 +329,8 @@ TEST(MotionHistory, Checks32f) {
 TEST(MotionHistory, HugeWidthIsABadStepNotAnOverflow) {
   const Kvp8u sil = 0;
   Kvp32f mhi = 1.f;
-  EXPECT_EQ(kvpStsBadStep,
-            kvpiUpdateMotionHistory_8u32f_C1IR(&sil, 0x7fffffff, &mhi, 0x7ffffffc, {0x40000000, 1}, 1.f, 1.f));
+  EXPECT_EQ(kvpStsBadStep, kvpiUpdateMotionHistory_8u32f_C1IR(&sil, 0x7fffffff, &mhi, 0x7ffffffc,
+                                                              {0x40000000, 1}, 1.f, 1.f));
   EXPECT_EQ(1.f, mhi);
 }
 

@@ -20,13 +20,13 @@ using LevelFn = KvpStatus (*)(const T*, int, T*, int, KvpiSize, Kvp8u*);
 
 template <class T, int CH>
 struct Level;
-#define KVT_LEVEL(T, TS, CH, CODE)                                               \
-  template <>                                                                    \
-  struct Level<T, CH> {                                                          \
-    static constexpr LevelFn<T> down = kvpiPyrDown_Gauss5x5_##TS##_C##CH##R;     \
-    static constexpr LevelFn<T> up = kvpiPyrUp_Gauss5x5_##TS##_C##CH##R;         \
-    static constexpr KvpDataType type = CODE;                                    \
-    static constexpr const char* name = #TS "_C" #CH "R";                        \
+#define KVT_LEVEL(T, TS, CH, CODE)                                           \
+  template <>                                                                \
+  struct Level<T, CH> {                                                      \
+    static constexpr LevelFn<T> down = kvpiPyrDown_Gauss5x5_##TS##_C##CH##R; \
+    static constexpr LevelFn<T> up = kvpiPyrUp_Gauss5x5_##TS##_C##CH##R;     \
+    static constexpr KvpDataType type = CODE;                                \
+    static constexpr const char* name = #TS "_C" #CH "R";                    \
   };
 KVT_LEVEL(Kvp8u, 8u, 1, kvp8u)
 KVT_LEVEL(Kvp8u, 8u, 3, kvp8u)
@@ -122,10 +122,11 @@ int bufSize(bool down, int width, KvpDataType type, int ch) {
 // ---- shapes and data --------------------------------------------------------------
 
 const std::vector<KvpiSize>& shapes() {
-  static const std::vector<KvpiSize> all = {
-      {1, 1},  {1, 2},  {2, 1},   {2, 2},   {1, 9},   {9, 1},    {2, 7},   {7, 2},   {3, 3},     {4, 4},
-      {5, 1},  {6, 1},  {1, 6},   {5, 5},   {6, 6},   {5, 6},    {6, 5},   {3, 8},   {8, 3},     {33, 17},
-      {34, 18}, {64, 31}, {65, 4}, {127, 66}, {96, 97}, {301, 201}, {2, 130}, {130, 2}, {1921, 23}, {17, 400}};
+  static const std::vector<KvpiSize> all = {{1, 1},   {1, 2},     {2, 1},   {2, 2},   {1, 9},     {9, 1},
+                                            {2, 7},   {7, 2},     {3, 3},   {4, 4},   {5, 1},     {6, 1},
+                                            {1, 6},   {5, 5},     {6, 6},   {5, 6},   {6, 5},     {3, 8},
+                                            {8, 3},   {33, 17},   {34, 18}, {64, 31}, {65, 4},    {127, 66},
+                                            {96, 97}, {301, 201}, {2, 130}, {130, 2}, {1921, 23}, {17, 400}};
   static const std::vector<KvpiSize> small = {{1, 1}, {2, 2}, {1, 9}, {9, 1}, {2, 7}, {5, 6}, {33, 17}};
   return kvt::smallRun() ? small : all;
 }
@@ -135,7 +136,8 @@ T randomValue(kvt::Rng& rng) {
   if constexpr (std::is_floating_point_v<T>)
     return std::uniform_real_distribution<float>(-1000.f, 1000.f)(rng);
   else
-    return (T)std::uniform_int_distribution<int>(std::numeric_limits<T>::min(), std::numeric_limits<T>::max())(rng);
+    return (T)std::uniform_int_distribution<int>(std::numeric_limits<T>::min(),
+                                                 std::numeric_limits<T>::max())(rng);
 }
 
 template <class T>
@@ -178,7 +180,8 @@ Plane<T> runLevel(const Plane<T>& src, kvt::Rng& rng) {
 // precision sums err by about 1e-4 there; a wrong weight by 1 or more).
 template <class T, int CH, bool Down>
 void sweep() {
-  kvt::Rng rng = kvt::makeRng(std::hash<std::string>{}(std::string(Level<T, CH>::name) + (Down ? "down" : "up")));
+  kvt::Rng rng =
+      kvt::makeRng(std::hash<std::string>{}(std::string(Level<T, CH>::name) + (Down ? "down" : "up")));
   for (KvpiSize sz : shapes()) {
     SCOPED_TRACE(std::string(Level<T, CH>::name) + (Down ? " down " : " up ") + kvt::describe(sz));
     Plane<T> src(sz.width, sz.height, CH, rng);
@@ -397,8 +400,9 @@ TEST(PyrChecks, FloatStepOf1002IsNotAMultiple) {
   WorkBuffer buf(bufSize(false, 200, kvp32f, 1), 0);
   EXPECT_EQ(kvpiPyrUp_Gauss5x5_32f_C1R(src.roi(), src.step(), dst.roi(), dst.step(), src.size(), buf.data()),
             kvpStsStepNotMultiple);
-  EXPECT_EQ(kvpiPyrDown_Gauss5x5_32f_C1R(src.roi(), src.step(), dst.roi(), dst.step(), src.size(), buf.data()),
-            kvpStsStepNotMultiple);
+  EXPECT_EQ(
+      kvpiPyrDown_Gauss5x5_32f_C1R(src.roi(), src.step(), dst.roi(), dst.step(), src.size(), buf.data()),
+      kvpStsStepNotMultiple);
 }
 
 TEST(PyrChecks, WidestRoiHalvesWithoutOverflow) {
@@ -422,9 +426,12 @@ TEST(PyrBuffer, CarriesNoStateBetweenCalls) {
   b.fill([&] { return (Kvp8u)(rng() & 255); });
   WorkBuffer shared(bufSize(false, 40, kvp8u, 3), 0);  // the larger of the two
   Plane<Kvp8u> d1(20, 15, 3, rng, 0), d2(20, 15, 3, rng, 0), u(80, 60, 3, rng, 0);
-  ASSERT_EQ(kvpiPyrDown_Gauss5x5_8u_C3R(a.roi(), a.step(), d1.roi(), d1.step(), a.size(), shared.data()), kvpStsOk);
-  ASSERT_EQ(kvpiPyrUp_Gauss5x5_8u_C3R(b.roi(), b.step(), u.roi(), u.step(), b.size(), shared.data()), kvpStsOk);
-  ASSERT_EQ(kvpiPyrDown_Gauss5x5_8u_C3R(a.roi(), a.step(), d2.roi(), d2.step(), a.size(), shared.data()), kvpStsOk);
+  ASSERT_EQ(kvpiPyrDown_Gauss5x5_8u_C3R(a.roi(), a.step(), d1.roi(), d1.step(), a.size(), shared.data()),
+            kvpStsOk);
+  ASSERT_EQ(kvpiPyrUp_Gauss5x5_8u_C3R(b.roi(), b.step(), u.roi(), u.step(), b.size(), shared.data()),
+            kvpStsOk);
+  ASSERT_EQ(kvpiPyrDown_Gauss5x5_8u_C3R(a.roi(), a.step(), d2.roi(), d2.step(), a.size(), shared.data()),
+            kvpStsOk);
   EXPECT_TRUE(kvt::sameRoi(d1, d2));
   EXPECT_TRUE(kvt::sameRoi(d1, reference<Kvp8u, true>(a, rng)));
 }

@@ -314,14 +314,16 @@ TEST(FloodFill, SizeQueries) {
   }
   // Sizes whose product overflows 64 bits: it wraps, then is divided and cut
   // to 32 bits (no undefined arithmetic on the way).
-  for (KvpiSize sz : {KvpiSize{0x7fffffff, 0x7fffffff}, KvpiSize{0x7fffffff, 1660950529},
-                      KvpiSize{1 << 30, 1 << 30}}) {
+  for (KvpiSize sz :
+       {KvpiSize{0x7fffffff, 0x7fffffff}, KvpiSize{0x7fffffff, 1660950529}, KvpiSize{1 << 30, 1 << 30}}) {
     int n = 0, g = 0;
     ASSERT_EQ(kvpStsOk, kvpiFloodFillGetSize(sz, &n));
     ASSERT_EQ(kvpStsOk, kvpiFloodFillGetSize_Grad(sz, &g));
     const long long list = (long long)((uint64_t)sz.width * 24u * (uint64_t)sz.height) / 4;
     EXPECT_EQ((int)(uint32_t)(uint64_t)(list + 32), n) << kvt::describe(sz);
-    EXPECT_EQ((int)(uint32_t)((uint64_t)((long long)(sz.width + 2LL) * (sz.height + 2LL)) + (uint64_t)(list + 32)), g)
+    EXPECT_EQ(
+        (int)(uint32_t)((uint64_t)((long long)(sz.width + 2LL) * (sz.height + 2LL)) + (uint64_t)(list + 32)),
+        g)
         << kvt::describe(sz);
   }
   int keep = 77;

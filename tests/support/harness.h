@@ -122,10 +122,9 @@ inline const std::vector<int>& threadCounts() {
 // A sweep of sizes: degenerate shapes, odd widths, and both sides of the
 // 262144-pixel threading threshold.
 inline const std::vector<KvpiSize>& sizeSweep() {
-  static const std::vector<KvpiSize> all = {{1, 1},     {1, 7},     {7, 1},    {2, 2},    {3, 5},
-                                            {15, 4},    {16, 16},   {17, 9},   {31, 33},  {64, 3},
-                                            {127, 65},  {333, 41},  {511, 512}, {1000, 262}, {1024, 256},
-                                            {1, 262144}, {641, 411}};
+  static const std::vector<KvpiSize> all = {
+      {1, 1},  {1, 7},    {7, 1},    {2, 2},     {3, 5},      {15, 4},     {16, 16},    {17, 9},   {31, 33},
+      {64, 3}, {127, 65}, {333, 41}, {511, 512}, {1000, 262}, {1024, 256}, {1, 262144}, {641, 411}};
   static const std::vector<KvpiSize> small = {{1, 1}, {1, 7}, {7, 1}, {3, 5}, {17, 9}, {31, 33}, {64, 3}};
   return smallRun() ? small : all;
 }
