@@ -202,23 +202,13 @@ void rowFromNeighbours(T* cur, const T* n1, const T* n2, int w, Costs<T> c) {
   neighbours<T, Five>(cur, n1, n2, w, 0, w, c);
 }
 
-// The in-row recurrence, left to right (forward) or right to left.
-template <class T>
-void scanForward(T* cur, int w, typename Arith<T>::C a) {
+// The in-row recurrence, left to right (Forward) or right to left.
+template <bool Forward, class T>
+void scan(T* cur, int w, typename Arith<T>::C a) {
   using A = Arith<T>;
-  typename A::C prev = cur[0];
-  for (int x = 1; x < w; ++x) {
-    const typename A::C v = std::min<typename A::C>(cur[x], A::add(prev, a));
-    cur[x] = (T)v;
-    prev = v;
-  }
-}
-
-template <class T>
-void scanBackward(T* cur, int w, typename Arith<T>::C a) {
-  using A = Arith<T>;
-  typename A::C prev = cur[w - 1];
-  for (int x = w - 2; x >= 0; --x) {
+  typename A::C prev = cur[Forward ? 0 : w - 1];
+  for (int i = 1; i < w; ++i) {
+    const int x = Forward ? i : w - 1 - i;
     const typename A::C v = std::min<typename A::C>(cur[x], A::add(prev, a));
     cur[x] = (T)v;
     prev = v;
@@ -294,41 +284,22 @@ struct ScanInt {
   }
 };
 
-template <class T>
-void scanForwardInt(T* cur, int w, int a) {
+template <bool Forward, class T>
+void scanInt(T* cur, int w, int a) {
   using S = ScanInt<T>;
   const typename S::D d;
   const S c(a);
   auto carry = hn::Zero(d);  // inverted: no value carried yet
-  int x = 0;
-  for (; x + S::kLanes <= w; x += S::kLanes) {
-    const auto v = c.template group<true>(hn::Not(hn::LoadU(d, cur + x)), carry);
-    carry = c.template carryOf<true>(v);
-    hn::StoreU(hn::Not(v), d, cur + x);
-  }
-  int prev = S::kMax - (int)hn::GetLane(carry);
-  for (; x < w; ++x) {
-    const int v = std::min<int>(cur[x], std::min(prev + a, S::kMax));
-    cur[x] = (T)v;
-    prev = v;
-  }
-}
-
-template <class T>
-void scanBackwardInt(T* cur, int w, int a) {
-  using S = ScanInt<T>;
-  const typename S::D d;
-  const S c(a);
-  auto carry = hn::Zero(d);
-  int x = w;
-  for (; x >= S::kLanes; x -= S::kLanes) {
-    T* p = cur + x - S::kLanes;
-    const auto v = c.template group<false>(hn::Not(hn::LoadU(d, p)), carry);
-    carry = c.template carryOf<false>(v);
+  const int groups = w / S::kLanes, done = groups * S::kLanes;
+  for (int g = 0; g < groups; ++g) {
+    T* p = Forward ? cur + g * S::kLanes : cur + w - (g + 1) * S::kLanes;
+    const auto v = c.template group<Forward>(hn::Not(hn::LoadU(d, p)), carry);
+    carry = c.template carryOf<Forward>(v);
     hn::StoreU(hn::Not(v), d, p);
   }
   int prev = S::kMax - (int)hn::GetLane(carry);
-  for (--x; x >= 0; --x) {
+  for (int i = done; i < w; ++i) {
+    const int x = Forward ? i : w - 1 - i;
     const int v = std::min<int>(cur[x], std::min(prev + a, S::kMax));
     cur[x] = (T)v;
     prev = v;
@@ -336,26 +307,15 @@ void scanBackwardInt(T* cur, int w, int a) {
 }
 #endif
 
-template <class T>
-void scanRowForward(T* cur, int w, typename Arith<T>::C a) {
+template <bool Forward, class T>
+void scanRow(T* cur, int w, typename Arith<T>::C a) {
 #if KVP_HAVE_HWY
   if constexpr (!std::is_floating_point_v<T>) {
-    scanForwardInt<T>(cur, w, a);
+    scanInt<Forward, T>(cur, w, a);
     return;
   }
 #endif
-  scanForward<T>(cur, w, a);
-}
-
-template <class T>
-void scanRowBackward(T* cur, int w, typename Arith<T>::C a) {
-#if KVP_HAVE_HWY
-  if constexpr (!std::is_floating_point_v<T>) {
-    scanBackwardInt<T>(cur, w, a);
-    return;
-  }
-#endif
-  scanBackward<T>(cur, w, a);
+  scan<Forward, T>(cur, w, a);
 }
 
 // One float pass. The in-row recurrence is a chain of dependent additions,
@@ -438,13 +398,13 @@ void chamfer(const Kvp8u* src, int srcStep, T* dst, int dstStep, int w, int h, C
     T* cur = rowAt(dst, dstStep, y);
     rowFromNeighbours<T, Five>(cur, y >= 1 ? rowAt(dst, dstStep, y - 1) : nullptr,
                                y >= 2 ? rowAt(dst, dstStep, y - 2) : nullptr, w, c);
-    scanRowForward<T>(cur, w, c.a);
+    scanRow<true, T>(cur, w, c.a);
   }
   for (int y = h - 1; y >= 0; --y) {
     T* cur = rowAt(dst, dstStep, y);
     rowFromNeighbours<T, Five>(cur, y + 1 < h ? rowAt(dst, dstStep, y + 1) : nullptr,
                                y + 2 < h ? rowAt(dst, dstStep, y + 2) : nullptr, w, c);
-    scanRowBackward<T>(cur, w, c.a);
+    scanRow<false, T>(cur, w, c.a);
   }
 }
 
