@@ -104,24 +104,38 @@ void accRow(const S* s1, const S* s2, const Kvp8u* m, float* acc, int w, Op op) 
 #if HWY_TARGET == HWY_SSSE3 || HWY_TARGET == HWY_SSE4
     const D8 d8;
     constexpr bool isSigned = std::is_signed_v<S>;
-    const auto group = [&](auto g, hn::Vec<D8> b1, hn::Vec<D8> b2, hn::Vec<D8> nz, int at) {
-      constexpr int G = decltype(g)::value;
-      const auto a = hn::LoadU(df, acc + at + 4 * G);
-      const auto r = op(a, bytesToFloat<G>(b1, isSigned), bytesToFloat<G>(b2, isSigned));
-      if constexpr (Masked)
-        hn::StoreU(hn::IfThenElse(maskGroup<G>(nz), r, opaque(a)), df, acc + at + 4 * G);
-      else
-        hn::StoreU(r, df, acc + at + 4 * G);
+    // Sixteen pixels; Blend selects pixel by pixel from the mask bytes nz.
+    const auto sixteen = [&](auto blendC, int at, hn::Vec<D8> nz) {
+      constexpr bool Blend = decltype(blendC)::value;
+      const auto b1 = hn::LoadU(d8, reinterpret_cast<const uint8_t*>(s1 + at));
+      const auto b2 = hn::LoadU(d8, reinterpret_cast<const uint8_t*>(s2 + at));
+      const auto group = [&](auto g) {
+        constexpr int G = decltype(g)::value;
+        const auto a = hn::LoadU(df, acc + at + 4 * G);
+        const auto r = op(a, bytesToFloat<G>(b1, isSigned), bytesToFloat<G>(b2, isSigned));
+        if constexpr (Blend)
+          hn::StoreU(hn::IfThenElse(maskGroup<G>(nz), r, opaque(a)), df, acc + at + 4 * G);
+        else
+          hn::StoreU(r, df, acc + at + 4 * G);
+      };
+      group(std::integral_constant<int, 0>{});
+      group(std::integral_constant<int, 1>{});
+      group(std::integral_constant<int, 2>{});
+      group(std::integral_constant<int, 3>{});
     };
     for (; x + 16 <= w; x += 16) {
-      const auto b1 = hn::LoadU(d8, reinterpret_cast<const uint8_t*>(s1 + x));
-      const auto b2 = hn::LoadU(d8, reinterpret_cast<const uint8_t*>(s2 + x));
-      hn::Vec<D8> nz = hn::Zero(d8);
-      if constexpr (Masked) nz = hn::VecFromMask(d8, hn::Ne(hn::LoadU(d8, m + x), hn::Zero(d8)));
-      group(std::integral_constant<int, 0>{}, b1, b2, nz, x);
-      group(std::integral_constant<int, 1>{}, b1, b2, nz, x);
-      group(std::integral_constant<int, 2>{}, b1, b2, nz, x);
-      group(std::integral_constant<int, 3>{}, b1, b2, nz, x);
+      if constexpr (Masked) {
+        // Groups the mask leaves out entirely are not touched; groups it
+        // selects entirely need no blend.
+        const auto sel = hn::Ne(hn::LoadU(d8, m + x), hn::Zero(d8));
+        if (hn::AllFalse(d8, sel)) continue;
+        if (hn::AllTrue(d8, sel))
+          sixteen(std::false_type{}, x, hn::Zero(d8));
+        else
+          sixteen(std::true_type{}, x, hn::VecFromMask(d8, sel));
+      } else {
+        sixteen(std::false_type{}, x, hn::Zero(d8));
+      }
     }
 #endif
   } else {

@@ -46,8 +46,16 @@ void runAccCase(const AccCase<S>& c) {
     Plane<Kvp32f> acc(sz.width, sz.height, 1, rng);
     s1.fill([&] { return randomSample<S>(rng); });
     s2.fill([&] { return randomSample<S>(rng); });
-    std::bernoulli_distribution on(0.5);
-    mask.fill([&] { return on(rng) ? (Kvp8u)(1 + rng() % 255) : 0; });
+    // Even rows: each pixel on or off at random; odd rows: runs of about 20
+    // pixels on or off, so that whole vector groups are selected or left
+    // out.
+    std::bernoulli_distribution on(0.5), flip(0.05);
+    bool run = false;
+    for (int y = 0; y < sz.height; ++y)
+      for (int x = 0; x < sz.width; ++x) {
+        run = flip(rng) ? !run : run;
+        mask.at(x, y) = ((y & 1) ? run : on(rng)) ? (Kvp8u)(1 + rng() % 255) : 0;
+      }
     std::uniform_real_distribution<float> av(-1e4f, 1e4f);
     acc.fill([&] { return (rng() % 97 == 0) ? std::numeric_limits<float>::quiet_NaN() : av(rng); });
 
