@@ -140,14 +140,29 @@ void accRow(const S* s1, const S* s2, const Kvp8u* m, float* acc, int w, Op op) 
 #endif
   } else {
     const int n = (int)hn::Lanes(df);
-    for (; x + n <= w; x += n) {
-      const auto a = hn::LoadU(df, acc + x);
-      const auto r = op(a, loadAsFloat(s1 + x), loadAsFloat(s2 + x));
-      if constexpr (Masked)
-        hn::StoreU(hn::IfThenElse(loadMask(m + x), r, opaque(a)), df, acc + x);
+    const auto vector = [&](auto blendC, int at) {
+      const auto a = hn::LoadU(df, acc + at);
+      const auto r = op(a, loadAsFloat(s1 + at), loadAsFloat(s2 + at));
+      if constexpr (decltype(blendC)::value)
+        hn::StoreU(hn::IfThenElse(loadMask(m + at), r, opaque(a)), df, acc + at);
       else
-        hn::StoreU(r, df, acc + x);
+        hn::StoreU(r, df, acc + at);
+    };
+    if constexpr (Masked) {
+      // Sixteen pixels at a time: untouched where the mask leaves all of
+      // them out, without a blend where it selects all of them.
+      const hn::Full128<uint8_t> d8;
+      if (n <= 16 && 16 % n == 0)
+        for (; x + 16 <= w; x += 16) {
+          const auto sel = hn::Ne(hn::LoadU(d8, m + x), hn::Zero(d8));
+          if (hn::AllFalse(d8, sel)) continue;
+          if (hn::AllTrue(d8, sel))
+            for (int i = 0; i < 16; i += n) vector(std::false_type{}, x + i);
+          else
+            for (int i = 0; i < 16; i += n) vector(std::true_type{}, x + i);
+        }
     }
+    for (; x + n <= w; x += n) vector(std::bool_constant<Masked>{}, x);
   }
 #endif
   for (; x < w; ++x)
