@@ -133,13 +133,13 @@ struct OpShift {
   using Acc = A;
   const Kvp16s* taps;
   int shift;  // 0 .. kMaxShift
-  A half;     // 2^(shift - 1) (unused without a shift)
-  OpShift(const Kvp16s* t, int s) : taps(t), shift(s), half((A)(s ? 1 << (s - 1) : 1)) {}
+  A bias;     // 2^(shift - 1) - 1 (unused without a shift)
+  OpShift(const Kvp16s* t, int s) : taps(t), shift(s), bias((A)(s ? (1 << (s - 1)) - 1 : 0)) {}
   A tap(int j) const { return (A)taps[j]; }
   static A first(A t, S s) { return (A)(t * (A)s); }
   static A add(A a, A t, S s) { return (A)(a + (A)(t * (A)s)); }
   D store(A a) const {
-    A q = shift ? (A)((a + (half - 1) + ((a >> shift) & 1)) >> shift) : a;
+    A q = shift ? (A)((a + bias + ((a >> shift) & 1)) >> shift) : a;
     if constexpr (sizeof(D) < sizeof(A)) {
       constexpr A lo = (A)Limits<D>::lo, hi = (A)Limits<D>::hi;
       q = q < lo ? lo : q;
@@ -220,12 +220,12 @@ inline void spanFixed(const Op& op, PtrOf ptrOf, typename Op::Dst* dst, int n) {
 // works within blocks, so the lanes come out in memory order.
 namespace vx {
 
-// (a + half - 1 + bit 0 of the quotient) >> shift rounds half to even;
-// callers keep a + half within the lane type.
+// (a + 2^(shift - 1) - 1 + bit 0 of the quotient) >> shift rounds half to
+// even; callers keep the sum within the lane type.
 template <class D, class V>
-HWY_INLINE V roundShift(D d, V a, int shift, V halfLess1) {
+HWY_INLINE V roundShift(D d, V a, int shift, V bias) {
   const V odd = hn::And(hn::ShiftRightSame(a, shift), hn::Set(d, 1));
-  return hn::ShiftRightSame(hn::Add(hn::Add(a, halfLess1), odd), shift);
+  return hn::ShiftRightSame(hn::Add(hn::Add(a, bias), odd), shift);
 }
 
 template <class D16, class S>
@@ -268,6 +268,15 @@ HWY_INLINE void sum32(D16 d16, PtrOf ptrOf, int kk, const Kvp16s* taps, int e, V
   }
   lo = hn::RearrangeToOddPlusEven(lo0, lo1);
   hi = hn::RearrangeToOddPlusEven(hi0, hi1);
+}
+
+// 16-bit wrapping sums of samples times taps at elements [e, e +
+// Lanes(d16)).
+template <class D16, class PtrOf>
+HWY_INLINE hn::Vec<D16> sum16(D16 d16, PtrOf ptrOf, int kk, const Kvp16s* taps, int e) {
+  auto a = hn::Mul(hn::Set(d16, taps[0]), load16(d16, ptrOf(0) + e));
+  for (int j = 1; j < kk; ++j) a = hn::Add(a, hn::Mul(hn::Set(d16, taps[j]), load16(d16, ptrOf(j) + e)));
+  return a;
 }
 
 // Float scaling of the scaled routes: clamp to [lo, hi], then the nearest
@@ -350,9 +359,7 @@ HWY_INLINE int spanLow(const Op& op, PtrOf ptrOf, int k, Kvp16s* dst, int n) {
   const auto qz = tapPair(d16, q, 0);
   int e = 0;
   for (; e + lanes <= n; e += lanes) {
-    auto a = hn::Mul(hn::Set(d16, op.taps[0]), hn::LoadU(d16, ptrOf(0) + e));
-    for (int j = 1; j < kk; ++j)
-      a = hn::Add(a, hn::Mul(hn::Set(d16, op.taps[j]), hn::LoadU(d16, ptrOf(j) + e)));
+    auto a = sum16(d16, ptrOf, kk, op.taps, e);
     if constexpr (kScaled) {
       auto unused = hn::Zero(d32);
       const auto lo = hn::ReorderWidenMulAccumulate(d32, hn::InterleaveLower(d16, a, hn::Zero(d16)), qz,
@@ -375,23 +382,21 @@ HWY_INLINE int spanShift(const OpShift<S, D, A>& op, PtrOf ptrOf, int k, D* dst,
   const int kk = K > 0 ? K : k;
   int e = 0;
   if constexpr (sizeof(A) == 2) {
-    const auto half = hn::Set(d16, (A)(op.half - 1));
+    const auto bias = hn::Set(d16, op.bias);
     for (; e + lanes <= n; e += lanes) {
-      auto a = hn::Mul(hn::Set(d16, op.taps[0]), load16(d16, ptrOf(0) + e));
-      for (int j = 1; j < kk; ++j)
-        a = hn::Add(a, hn::Mul(hn::Set(d16, op.taps[j]), load16(d16, ptrOf(j) + e)));
-      if constexpr (Round) a = roundShift(d16, a, op.shift, half);
+      auto a = sum16(d16, ptrOf, kk, op.taps, e);
+      if constexpr (Round) a = roundShift(d16, a, op.shift, bias);
       store16(d16, a, dst + e);
     }
   } else {
     const hn::RepartitionToWide<decltype(d16)> d32;
-    const auto half = hn::Set(d32, (A)(op.half - 1));
+    const auto bias = hn::Set(d32, op.bias);
     for (; e + lanes <= n; e += lanes) {
       hn::Vec<decltype(d32)> lo, hi;
       sum32<K>(d16, ptrOf, kk, op.taps, e, lo, hi);
       if constexpr (Round) {
-        lo = roundShift(d32, lo, op.shift, half);
-        hi = roundShift(d32, hi, op.shift, half);
+        lo = roundShift(d32, lo, op.shift, bias);
+        hi = roundShift(d32, hi, op.shift, bias);
       }
       store16(d16, hn::ReorderDemote2To(d16, lo, hi), dst + e);
     }
@@ -401,17 +406,24 @@ HWY_INLINE int spanShift(const OpShift<S, D, A>& op, PtrOf ptrOf, int k, D* dst,
 
 }  // namespace vx
 
-// OpShift spans: vectors, then the remaining elements one by one.
-template <int K, class S, class D, class A, class PtrOf>
-inline void spanShift(const OpShift<S, D, A>& op, PtrOf ptrOf, int k, D* dst, int n) {
-  int e =
-      op.shift ? vx::spanShift<K, true>(op, ptrOf, k, dst, n) : vx::spanShift<K, false>(op, ptrOf, k, dst, n);
-  const int kk = K > 0 ? K : k;
+// The elements [e, n) that a vector span left, one by one with the scalar
+// op.
+template <int K, class Op, class PtrOf>
+inline void spanTail(const Op& op, PtrOf ptrOf, int k, typename Op::Dst* dst, int e, int n) {
   for (; e < n; ++e) {
-    A a = op.first(op.tap(0), ptrOf(0)[e]);
-    for (int j = 1; j < kk; ++j) a = op.add(a, op.tap(j), ptrOf(j)[e]);
+    typename Op::Acc a = Op::first(op.tap(0), ptrOf(0)[e]);
+    for (int j = 1; j < (K > 0 ? K : k); ++j) a = Op::add(a, op.tap(j), ptrOf(j)[e]);
     dst[e] = op.store(a);
   }
+}
+
+// OpShift spans: vectors (with or without the rounding shift), then the
+// rest.
+template <int K, class S, class D, class A, class PtrOf>
+inline void spanShift(const OpShift<S, D, A>& op, PtrOf ptrOf, int k, D* dst, int n) {
+  const int e =
+      op.shift ? vx::spanShift<K, true>(op, ptrOf, k, dst, n) : vx::spanShift<K, false>(op, ptrOf, k, dst, n);
+  spanTail<K>(op, ptrOf, k, dst, e, n);
 }
 
 template <int K, class S, class D, class A, class PtrOf>
@@ -422,17 +434,6 @@ inline void spanFixed(const OpShift<S, D, A>& op, PtrOf ptrOf, D* dst, int n) {
 template <class S, class D, class A, class PtrOf>
 inline void spanGeneral(const OpShift<S, D, A>& op, PtrOf ptrOf, int k, D* dst, int n) {
   spanShift<0>(op, ptrOf, k, dst, n);
-}
-
-// Scaled and float-tap spans: vectors, then the remaining elements one by
-// one with the scalar op.
-template <int K, class Op, class PtrOf>
-inline void spanTail(const Op& op, PtrOf ptrOf, int k, typename Op::Dst* dst, int e, int n) {
-  for (; e < n; ++e) {
-    typename Op::Acc a = Op::first(op.tap(0), ptrOf(0)[e]);
-    for (int j = 1; j < (K > 0 ? K : k); ++j) a = Op::add(a, op.tap(j), ptrOf(j)[e]);
-    dst[e] = op.store(a);
-  }
 }
 
 template <int K, class S, class D, class PtrOf>
