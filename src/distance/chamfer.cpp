@@ -94,9 +94,7 @@ HWY_INLINE V maxU(V a, V b) {
 #endif
   return hn::Max(a, b);
 }
-#endif
 
-#if KVP_HAVE_HWY
 // Integer destinations in lanes of their own width: a clamped cost c >= 0 is
 // a saturating add, c < 0 a saturating subtraction of -c (only the knight
 // cost may be negative). Interior outputs [x0, x1) in whole vectors;
@@ -130,9 +128,8 @@ int neighboursInt(T* cur, const T* n1, const T* n2, int x0, int x1, Costs<T> c) 
 
 // Minimum with the candidates of the rows at distance one (n1) and two (n2)
 // from the current row, over the columns [xFrom, xTo); n1 or n2 are null at
-// the image border. The set of
-// neighbour offsets is symmetric in x, so the forward and backward passes
-// share this function.
+// the image border. The set of neighbour offsets is symmetric in x, so the
+// forward and backward passes share this function.
 template <class T, bool Five>
 void neighbours(T* cur, const T* n1, const T* n2, int w, int xFrom, int xTo, Costs<T> c) {
   using A = Arith<T>;
@@ -197,11 +194,6 @@ void neighbours(T* cur, const T* n1, const T* n2, int w, int xFrom, int xTo, Cos
   for (int x = i1; x < xTo; ++x) edge(x);
 }
 
-template <class T, bool Five>
-void rowFromNeighbours(T* cur, const T* n1, const T* n2, int w, Costs<T> c) {
-  neighbours<T, Five>(cur, n1, n2, w, 0, w, c);
-}
-
 // The in-row recurrence, left to right (Forward) or right to left.
 template <bool Forward, class T>
 void scan(T* cur, int w, typename Arith<T>::C a) {
@@ -231,7 +223,7 @@ struct ScanInt {
   static constexpr int kLanes = 16 / (int)sizeof(T);
   static constexpr int kMax = (int)std::numeric_limits<T>::max();
   hn::Vec<D> step[4], rampUp, rampDown;
-  hn::Vec<hn::Full128<uint8_t>> lastLane;
+  hn::Vec<hn::Full128<uint8_t>> firstLane, lastLane;  // byte indices
 
   explicit ScanInt(int a) {
     const D d;
@@ -244,9 +236,13 @@ struct ScanInt {
     }
     rampUp = hn::Load(d, up);
     rampDown = hn::Load(d, down);
-    alignas(16) uint8_t idx[16];
-    for (int i = 0; i < 16; ++i) idx[i] = (uint8_t)(16 - sizeof(T) + i % sizeof(T));
-    lastLane = hn::Load(hn::Full128<uint8_t>(), idx);
+    alignas(16) uint8_t first[16], last[16];
+    for (int i = 0; i < 16; ++i) {
+      first[i] = (uint8_t)(i % sizeof(T));
+      last[i] = (uint8_t)(16 - sizeof(T) + i % sizeof(T));
+    }
+    firstLane = hn::Load(hn::Full128<uint8_t>(), first);
+    lastLane = hn::Load(hn::Full128<uint8_t>(), last);
   }
 
   // One group, running towards higher lanes (forward) or lower ones.
@@ -270,17 +266,8 @@ struct ScanInt {
   // The group's last (forward) or first lane in every lane.
   template <bool Forward>
   HWY_INLINE hn::Vec<D> carryOf(hn::Vec<D> v) const {
-    const D d;
     const hn::Full128<uint8_t> d8;
-    const auto idx = Forward ? lastLane : hn::Zero(d8);
-    if constexpr (sizeof(T) == 1)
-      return hn::TableLookupBytes(v, idx);
-    else
-      return hn::BitCast(d, hn::TableLookupBytes(hn::BitCast(d8, v), Forward ? idx : firstLane16()));
-  }
-  static HWY_INLINE hn::Vec<hn::Full128<uint8_t>> firstLane16() {
-    alignas(16) static constexpr uint8_t k[16] = {0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1, 0, 1};
-    return hn::Load(hn::Full128<uint8_t>(), k);
+    return hn::BitCast(D(), hn::TableLookupBytes(hn::BitCast(d8, v), Forward ? lastLane : firstLane));
   }
 };
 
@@ -373,8 +360,7 @@ void passFloat(float* dst, int dstStep, int w, int h, Costs<float> c) {
   if (r < h) {
     float* ra = row(r);
     neighbours<float, Five>(ra, above(r, 1), above(r, 2), w, 0, w, c);
-    float pa = kNone;
-    for (int i = 0, x = Forward ? 0 : w - 1; i < w; ++i, x += dir) step(ra, x, pa);
+    scan<Forward>(ra, w, a);
   }
 }
 
@@ -396,14 +382,14 @@ void chamfer(const Kvp8u* src, int srcStep, T* dst, int dstStep, int w, int h, C
   }
   for (int y = 0; y < h; ++y) {
     T* cur = rowAt(dst, dstStep, y);
-    rowFromNeighbours<T, Five>(cur, y >= 1 ? rowAt(dst, dstStep, y - 1) : nullptr,
-                               y >= 2 ? rowAt(dst, dstStep, y - 2) : nullptr, w, c);
+    neighbours<T, Five>(cur, y >= 1 ? rowAt(dst, dstStep, y - 1) : nullptr,
+                        y >= 2 ? rowAt(dst, dstStep, y - 2) : nullptr, w, 0, w, c);
     scanRow<true, T>(cur, w, c.a);
   }
   for (int y = h - 1; y >= 0; --y) {
     T* cur = rowAt(dst, dstStep, y);
-    rowFromNeighbours<T, Five>(cur, y + 1 < h ? rowAt(dst, dstStep, y + 1) : nullptr,
-                               y + 2 < h ? rowAt(dst, dstStep, y + 2) : nullptr, w, c);
+    neighbours<T, Five>(cur, y + 1 < h ? rowAt(dst, dstStep, y + 1) : nullptr,
+                        y + 2 < h ? rowAt(dst, dstStep, y + 2) : nullptr, w, 0, w, c);
     scanRow<false, T>(cur, w, c.a);
   }
 }
