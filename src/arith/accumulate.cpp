@@ -93,6 +93,22 @@ HWY_INLINE hn::Mask<DF> loadMask(const Kvp8u* p) {
 }
 #endif
 
+#if KVP_HAVE_HWY
+// Sixteen masked pixels at m: body(blend, selected bytes) runs not at all
+// where the mask leaves every one of them out, with blend false where it
+// selects every one, else with blend true and the bytes as 0x00 / 0xFF.
+template <class Body>
+HWY_INLINE void masked16(const Kvp8u* m, Body&& body) {
+  const hn::Full128<uint8_t> d8;
+  const auto sel = hn::Ne(hn::LoadU(d8, m), hn::Zero(d8));
+  if (hn::AllFalse(d8, sel)) return;
+  if (hn::AllTrue(d8, sel))
+    body(std::false_type{}, hn::Zero(d8));
+  else
+    body(std::true_type{}, hn::VecFromMask(d8, sel));
+}
+#endif
+
 // One row: acc[x] = op(acc[x], s1[x], s2[x]) where the mask allows; a
 // masked-out pixel keeps its exact bits.
 template <bool Masked, class S, class Op>
@@ -124,18 +140,10 @@ void accRow(const S* s1, const S* s2, const Kvp8u* m, float* acc, int w, Op op) 
       group(std::integral_constant<int, 3>{});
     };
     for (; x + 16 <= w; x += 16) {
-      if constexpr (Masked) {
-        // Groups the mask leaves out entirely are not touched; groups it
-        // selects entirely need no blend.
-        const auto sel = hn::Ne(hn::LoadU(d8, m + x), hn::Zero(d8));
-        if (hn::AllFalse(d8, sel)) continue;
-        if (hn::AllTrue(d8, sel))
-          sixteen(std::false_type{}, x, hn::Zero(d8));
-        else
-          sixteen(std::true_type{}, x, hn::VecFromMask(d8, sel));
-      } else {
+      if constexpr (Masked)
+        masked16(m + x, [&](auto blendC, hn::Vec<D8> nz) { sixteen(blendC, x, nz); });
+      else
         sixteen(std::false_type{}, x, hn::Zero(d8));
-      }
     }
 #endif
   } else {
@@ -149,18 +157,12 @@ void accRow(const S* s1, const S* s2, const Kvp8u* m, float* acc, int w, Op op) 
         hn::StoreU(r, df, acc + at);
     };
     if constexpr (Masked) {
-      // Sixteen pixels at a time: untouched where the mask leaves all of
-      // them out, without a blend where it selects all of them.
-      const hn::Full128<uint8_t> d8;
+      // Sixteen pixels at a time, as for 8-bit rows.
       if (n <= 16 && 16 % n == 0)
-        for (; x + 16 <= w; x += 16) {
-          const auto sel = hn::Ne(hn::LoadU(d8, m + x), hn::Zero(d8));
-          if (hn::AllFalse(d8, sel)) continue;
-          if (hn::AllTrue(d8, sel))
-            for (int i = 0; i < 16; i += n) vector(std::false_type{}, x + i);
-          else
-            for (int i = 0; i < 16; i += n) vector(std::true_type{}, x + i);
-        }
+        for (; x + 16 <= w; x += 16)
+          masked16(m + x, [&](auto blendC, auto) {
+            for (int i = 0; i < 16; i += n) vector(blendC, x + i);
+          });
     }
     for (; x + n <= w; x += n) vector(std::bool_constant<Masked>{}, x);
   }
