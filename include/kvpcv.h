@@ -40,6 +40,60 @@ typedef struct {
 KVP_API const KvpLibraryVersion* kvpcvGetLibVersion(void);
 
 /* ======================================================================
+ * Shared types of the border filters and the analysis families
+ * ====================================================================== */
+
+/** Border of a filter: the pixels outside the image a kernel reads. */
+typedef enum {
+  kvpBorderConst = 0,   /**< a given constant */
+  kvpBorderRepl = 1,    /**< the edge pixel repeated */
+  kvpBorderWrap = 2,    /**< the image repeated periodically */
+  kvpBorderMirror = 3,  /**< reflected about the edge pixel (not repeated) */
+  kvpBorderMirrorR = 4  /**< reflected, the edge pixel repeated */
+} KvpiBorderType;
+
+/** Fixed mask sizes, rows x columns. */
+typedef enum {
+  kvpMskSize1x3 = 13,
+  kvpMskSize1x5 = 15,
+  kvpMskSize3x1 = 31,
+  kvpMskSize3x3 = 33,
+  kvpMskSize5x1 = 51,
+  kvpMskSize5x5 = 55
+} KvpiMaskSize;
+
+/** Norms; where a norm selects connectivity, L1 means 4-connected and Inf 8-connected. */
+typedef enum {
+  kvpiNormInf = 0,
+  kvpiNormL1 = 1,
+  kvpiNormL2 = 2
+} KvpiNorm;
+
+/** Derivative kernels. */
+typedef enum {
+  kvpFilterSobel = 0,
+  kvpFilterScharr = 1
+} KvpiDifferentialKernel;
+
+/** Interpolation. */
+typedef enum {
+  kvpInterNN = 1,
+  kvpInterLinear = 2
+} KvpiInterpolationType;
+
+/** A point with float coordinates. */
+typedef struct {
+  Kvp32f x;
+  Kvp32f y;
+} KvpiPoint_32f;
+
+/** A size with float extents. */
+typedef struct {
+  Kvp32f width;
+  Kvp32f height;
+} KvpiSize_32f;
+
+/* ======================================================================
  * Accumulation and absolute difference (single-precision accumulator)
  * ====================================================================== */
 
@@ -590,6 +644,78 @@ KVP_API KvpStatus kvpiHoughLineGetSize_8u_C1R(KvpiSize roiSize, KvpPointPolar de
 KVP_API KvpStatus kvpiHoughLine_8u32f_C1R(const Kvp8u* pSrc, int srcStep, KvpiSize roiSize, KvpPointPolar delta, int threshold, KvpPointPolar* pLine, int maxLineCount, int* pLineCount, Kvp8u* pBuffer);
 /** The line search restricted to distances from dstRoi[0].rho to dstRoi[1].rho (the rho indices whose distance lies inside, clipped to the accumulator; angles unused); kvpStsBadRange for a reversed or NaN bound. */
 KVP_API KvpStatus kvpiHoughLine_Region_8u32f_C1R(const Kvp8u* pSrc, int srcStep, KvpiSize roiSize, KvpPointPolar delta, int threshold, KvpPointPolar* pLine, int maxLineCount, int* pLineCount, Kvp8u* pBuffer, const KvpPointPolar dstRoi[2]);
+
+/* ======================================================================
+ * Statistics: means, standard deviations, extrema with locations
+ * ====================================================================== */
+
+/* (end of statistics) */
+
+/* ======================================================================
+ * Derivative and smoothing filters with borders
+ * ====================================================================== */
+
+/* (end of filters) */
+
+/* ======================================================================
+ * Morphology
+ * ====================================================================== */
+
+/* (end of morphology) */
+
+/* ======================================================================
+ * Pyramid layers
+ * ====================================================================== */
+
+/* (end of pyramid layers) */
+
+/* ======================================================================
+ * Pyramidal optical flow
+ * ====================================================================== */
+
+/* (end of optical flow) */
+
+/* ======================================================================
+ * Watershed, gradient segmentation, marker labelling, segment bounds
+ * ====================================================================== */
+
+/* (end of segmentation) */
+
+/* ======================================================================
+ * Fast marching and inpainting
+ * ====================================================================== */
+
+/* (end of inpainting) */
+
+/* ======================================================================
+ * Edges and corners
+ * ====================================================================== */
+
+/* (end of edges and corners) */
+
+/* ======================================================================
+ * Undistortion and sub-pixel sampling
+ * ====================================================================== */
+
+/* (end of geometry) */
+
+/* ======================================================================
+ * Haar classifiers
+ * ====================================================================== */
+
+/* (end of haar) */
+
+/* ======================================================================
+ * Foreground models
+ * ====================================================================== */
+
+/* (end of foreground) */
+
+/* ======================================================================
+ * Super-resolution support
+ * ====================================================================== */
+
+/* (end of super-resolution) */
 
 #ifdef __cplusplus
 }
