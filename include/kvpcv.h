@@ -649,6 +649,87 @@ KVP_API KvpStatus kvpiHoughLine_Region_8u32f_C1R(const Kvp8u* pSrc, int srcStep,
  * Statistics: means, standard deviations, extrema with locations
  * ====================================================================== */
 
+/** mean of src where mask != 0 (0 when nothing is selected); integer types exact */
+KVP_API KvpStatus kvpiMean_8u_C1MR(const Kvp8u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pMean);
+/** mean of channel coi (1..3) where mask != 0 (0 when nothing is selected) */
+KVP_API KvpStatus kvpiMean_8u_C3CMR(const Kvp8u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pMean);
+/** mean of src where mask != 0 (0 when nothing is selected); integer types exact */
+KVP_API KvpStatus kvpiMean_8s_C1MR(const Kvp8s* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pMean);
+/** mean of channel coi (1..3) where mask != 0 (0 when nothing is selected) */
+KVP_API KvpStatus kvpiMean_8s_C3CMR(const Kvp8s* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pMean);
+/** mean of src where mask != 0 (0 when nothing is selected); integer types exact */
+KVP_API KvpStatus kvpiMean_16u_C1MR(const Kvp16u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pMean);
+/** mean of channel coi (1..3) where mask != 0 (0 when nothing is selected) */
+KVP_API KvpStatus kvpiMean_16u_C3CMR(const Kvp16u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pMean);
+/** mean of src where mask != 0 (0 when nothing is selected); 32f: shifted double sums in a fixed order, NaN if a selected value is not finite */
+KVP_API KvpStatus kvpiMean_32f_C1MR(const Kvp32f* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pMean);
+/** mean of channel coi (1..3) where mask != 0 (0 when nothing is selected) */
+KVP_API KvpStatus kvpiMean_32f_C3CMR(const Kvp32f* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pMean);
+/** mean and population standard deviation of src; either output may be null, not both */
+KVP_API KvpStatus kvpiMean_StdDev_8u_C1R(const Kvp8u* pSrc, int srcStep, KvpiSize roiSize, Kvp64f* pMean, Kvp64f* pStdDev);
+/** mean and population standard deviation of channel coi (1..3); either output may be null, not both */
+KVP_API KvpStatus kvpiMean_StdDev_8u_C3CR(const Kvp8u* pSrc, int srcStep, KvpiSize roiSize, int coi, Kvp64f* pMean, Kvp64f* pStdDev);
+/** mean and population standard deviation of src where mask != 0 (0, 0 when nothing is selected) */
+KVP_API KvpStatus kvpiMean_StdDev_8u_C1MR(const Kvp8u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pMean, Kvp64f* pStdDev);
+/** mean and population standard deviation of channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiMean_StdDev_8u_C3CMR(const Kvp8u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pMean, Kvp64f* pStdDev);
+/** mean and population standard deviation of src; either output may be null, not both */
+KVP_API KvpStatus kvpiMean_StdDev_8s_C1R(const Kvp8s* pSrc, int srcStep, KvpiSize roiSize, Kvp64f* pMean, Kvp64f* pStdDev);
+/** mean and population standard deviation of channel coi (1..3); either output may be null, not both */
+KVP_API KvpStatus kvpiMean_StdDev_8s_C3CR(const Kvp8s* pSrc, int srcStep, KvpiSize roiSize, int coi, Kvp64f* pMean, Kvp64f* pStdDev);
+/** mean and population standard deviation of src where mask != 0 (0, 0 when nothing is selected) */
+KVP_API KvpStatus kvpiMean_StdDev_8s_C1MR(const Kvp8s* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pMean, Kvp64f* pStdDev);
+/** mean and population standard deviation of channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiMean_StdDev_8s_C3CMR(const Kvp8s* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pMean, Kvp64f* pStdDev);
+/** mean and population standard deviation of src; either output may be null, not both */
+KVP_API KvpStatus kvpiMean_StdDev_16u_C1R(const Kvp16u* pSrc, int srcStep, KvpiSize roiSize, Kvp64f* pMean, Kvp64f* pStdDev);
+/** mean and population standard deviation of channel coi (1..3); either output may be null, not both */
+KVP_API KvpStatus kvpiMean_StdDev_16u_C3CR(const Kvp16u* pSrc, int srcStep, KvpiSize roiSize, int coi, Kvp64f* pMean, Kvp64f* pStdDev);
+/** mean and population standard deviation of src where mask != 0 (0, 0 when nothing is selected) */
+KVP_API KvpStatus kvpiMean_StdDev_16u_C1MR(const Kvp16u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pMean, Kvp64f* pStdDev);
+/** mean and population standard deviation of channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiMean_StdDev_16u_C3CMR(const Kvp16u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pMean, Kvp64f* pStdDev);
+/** mean and population standard deviation of src; either output may be null, not both */
+KVP_API KvpStatus kvpiMean_StdDev_32f_C1R(const Kvp32f* pSrc, int srcStep, KvpiSize roiSize, Kvp64f* pMean, Kvp64f* pStdDev);
+/** mean and population standard deviation of channel coi (1..3); either output may be null, not both */
+KVP_API KvpStatus kvpiMean_StdDev_32f_C3CR(const Kvp32f* pSrc, int srcStep, KvpiSize roiSize, int coi, Kvp64f* pMean, Kvp64f* pStdDev);
+/** mean and population standard deviation of src where mask != 0 (0, 0 when nothing is selected) */
+KVP_API KvpStatus kvpiMean_StdDev_32f_C1MR(const Kvp32f* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pMean, Kvp64f* pStdDev);
+/** mean and population standard deviation of channel coi (1..3) where mask != 0 */
+KVP_API KvpStatus kvpiMean_StdDev_32f_C3CMR(const Kvp32f* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp64f* pMean, Kvp64f* pStdDev);
+/** smallest and largest value with the first location {x, y} of each in row-major order; any output may be null, not all */
+KVP_API KvpStatus kvpiMinMaxIndx_8u_C1R(const Kvp8u* pSrc, int srcStep, KvpiSize roiSize, Kvp32f* pMinVal, Kvp32f* pMaxVal, KvpiPoint* pMinIndex, KvpiPoint* pMaxIndex);
+/** extrema of channel coi (1..3) with their first locations */
+KVP_API KvpStatus kvpiMinMaxIndx_8u_C3CR(const Kvp8u* pSrc, int srcStep, KvpiSize roiSize, int coi, Kvp32f* pMinVal, Kvp32f* pMaxVal, KvpiPoint* pMinIndex, KvpiPoint* pMaxIndex);
+/** extrema where mask != 0 with their first locations; nothing selected: 0, 0 and {-1, -1} */
+KVP_API KvpStatus kvpiMinMaxIndx_8u_C1MR(const Kvp8u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp32f* pMinVal, Kvp32f* pMaxVal, KvpiPoint* pMinIndex, KvpiPoint* pMaxIndex);
+/** extrema of channel coi (1..3) where mask != 0 with their first locations */
+KVP_API KvpStatus kvpiMinMaxIndx_8u_C3CMR(const Kvp8u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp32f* pMinVal, Kvp32f* pMaxVal, KvpiPoint* pMinIndex, KvpiPoint* pMaxIndex);
+/** smallest and largest value with the first location {x, y} of each in row-major order; any output may be null, not all */
+KVP_API KvpStatus kvpiMinMaxIndx_8s_C1R(const Kvp8s* pSrc, int srcStep, KvpiSize roiSize, Kvp32f* pMinVal, Kvp32f* pMaxVal, KvpiPoint* pMinIndex, KvpiPoint* pMaxIndex);
+/** extrema of channel coi (1..3) with their first locations */
+KVP_API KvpStatus kvpiMinMaxIndx_8s_C3CR(const Kvp8s* pSrc, int srcStep, KvpiSize roiSize, int coi, Kvp32f* pMinVal, Kvp32f* pMaxVal, KvpiPoint* pMinIndex, KvpiPoint* pMaxIndex);
+/** extrema where mask != 0 with their first locations; nothing selected: 0, 0 and {-1, -1} */
+KVP_API KvpStatus kvpiMinMaxIndx_8s_C1MR(const Kvp8s* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp32f* pMinVal, Kvp32f* pMaxVal, KvpiPoint* pMinIndex, KvpiPoint* pMaxIndex);
+/** extrema of channel coi (1..3) where mask != 0 with their first locations */
+KVP_API KvpStatus kvpiMinMaxIndx_8s_C3CMR(const Kvp8s* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp32f* pMinVal, Kvp32f* pMaxVal, KvpiPoint* pMinIndex, KvpiPoint* pMaxIndex);
+/** smallest and largest value with the first location {x, y} of each in row-major order; any output may be null, not all */
+KVP_API KvpStatus kvpiMinMaxIndx_16u_C1R(const Kvp16u* pSrc, int srcStep, KvpiSize roiSize, Kvp32f* pMinVal, Kvp32f* pMaxVal, KvpiPoint* pMinIndex, KvpiPoint* pMaxIndex);
+/** extrema of channel coi (1..3) with their first locations */
+KVP_API KvpStatus kvpiMinMaxIndx_16u_C3CR(const Kvp16u* pSrc, int srcStep, KvpiSize roiSize, int coi, Kvp32f* pMinVal, Kvp32f* pMaxVal, KvpiPoint* pMinIndex, KvpiPoint* pMaxIndex);
+/** extrema where mask != 0 with their first locations; nothing selected: 0, 0 and {-1, -1} */
+KVP_API KvpStatus kvpiMinMaxIndx_16u_C1MR(const Kvp16u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp32f* pMinVal, Kvp32f* pMaxVal, KvpiPoint* pMinIndex, KvpiPoint* pMaxIndex);
+/** extrema of channel coi (1..3) where mask != 0 with their first locations */
+KVP_API KvpStatus kvpiMinMaxIndx_16u_C3CMR(const Kvp16u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp32f* pMinVal, Kvp32f* pMaxVal, KvpiPoint* pMinIndex, KvpiPoint* pMaxIndex);
+/** smallest and largest value with the first location {x, y} of each in row-major order; NaNs skipped; any output may be null, not all */
+KVP_API KvpStatus kvpiMinMaxIndx_32f_C1R(const Kvp32f* pSrc, int srcStep, KvpiSize roiSize, Kvp32f* pMinVal, Kvp32f* pMaxVal, KvpiPoint* pMinIndex, KvpiPoint* pMaxIndex);
+/** extrema of channel coi (1..3) with their first locations; NaNs skipped */
+KVP_API KvpStatus kvpiMinMaxIndx_32f_C3CR(const Kvp32f* pSrc, int srcStep, KvpiSize roiSize, int coi, Kvp32f* pMinVal, Kvp32f* pMaxVal, KvpiPoint* pMinIndex, KvpiPoint* pMaxIndex);
+/** extrema where mask != 0 with their first locations; NaNs skipped; nothing selected: 0, 0 and {-1, -1} */
+KVP_API KvpStatus kvpiMinMaxIndx_32f_C1MR(const Kvp32f* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp32f* pMinVal, Kvp32f* pMaxVal, KvpiPoint* pMinIndex, KvpiPoint* pMaxIndex);
+/** extrema of channel coi (1..3) where mask != 0 with their first locations; NaNs skipped */
+KVP_API KvpStatus kvpiMinMaxIndx_32f_C3CMR(const Kvp32f* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, int coi, Kvp32f* pMinVal, Kvp32f* pMaxVal, KvpiPoint* pMinIndex, KvpiPoint* pMaxIndex);
+
 /* (end of statistics) */
 
 /* ======================================================================
