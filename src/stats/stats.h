@@ -133,31 +133,50 @@ void rowSums8(const T* p, const Kvp8u* m, int w, RowSums& r) {
     const auto zero = hn::Zero(d8);
     auto s64 = hn::Zero(d64), q64 = hn::Zero(d64);
     const uint8_t* pb = reinterpret_cast<const uint8_t*>(p);
-    while (x <= last) {
-      auto q32 = hn::Zero(di32), unused = hn::Zero(di32);
-      for (int k = 0; k < kFlush8 && x <= last; ++k, x += lanes) {
-        auto v = loadChannel<C>(d8, pb + (ptrdiff_t)x * C);
-        if constexpr (Masked) v = hn::And(v, hn::VecFromMask(d8, hn::Ne(hn::LoadU(d8, m + x), zero)));
-        auto a = v;  // magnitude
-        if constexpr (std::is_signed_v<T>) {
-          s64 = hn::Add(s64, hn::SumsOf8(hn::Xor(v, hn::Set(d8, 0x80))));
-          a = hn::BitCast(d8, hn::Abs(hn::BitCast(hn::Repartition<int8_t, decltype(d8)>(), v)));
-        } else {
-          s64 = hn::Add(s64, hn::SumsOf8(v));
-        }
-        if constexpr (WithQ) {
-          const auto lo = hn::BitCast(di16, hn::ZipLower(d16, a, zero));
-          const auto hi = hn::BitCast(di16, hn::ZipUpper(d16, a, zero));
-          q32 = hn::ReorderWidenMulAccumulate(di32, lo, lo, q32, unused);
-          q32 = hn::ReorderWidenMulAccumulate(di32, hi, hi, q32, unused);
-        }
+    auto s64b = hn::Zero(d64);
+    // One vector of pixels at xx into a sum and a 32-bit square partial.
+    auto one = [&](int xx, auto& sAcc, auto& qAcc) HWY_ATTR {
+      auto v = loadChannel<C>(d8, pb + (ptrdiff_t)xx * C);
+      if constexpr (Masked) v = hn::AndNot(hn::VecFromMask(d8, hn::Eq(hn::LoadU(d8, m + xx), zero)), v);
+      auto a = v;  // magnitude
+      if constexpr (std::is_signed_v<T>) {
+        sAcc = hn::Add(sAcc, hn::SumsOf8(hn::Xor(v, hn::Set(d8, 0x80))));
+        a = hn::BitCast(d8, hn::Abs(hn::BitCast(hn::Repartition<int8_t, decltype(d8)>(), v)));
+      } else {
+        sAcc = hn::Add(sAcc, hn::SumsOf8(v));
       }
+      if constexpr (WithQ) {
+        auto unused = hn::Zero(di32);
+        const auto lo = hn::BitCast(di16, hn::ZipLower(d16, a, zero));
+        const auto hi = hn::BitCast(di16, hn::ZipUpper(d16, a, zero));
+        qAcc = hn::ReorderWidenMulAccumulate(di32, lo, lo, qAcc, unused);
+        qAcc = hn::ReorderWidenMulAccumulate(di32, hi, hi, qAcc, unused);
+      }
+    };
+    auto flush = [&](hn::Vec<decltype(di32)> q32) HWY_ATTR {
       if constexpr (WithQ) {
         const auto u = hn::BitCast(du32, q32);
         q64 = hn::Add(q64, hn::PromoteTo(d64, hn::LowerHalf(du32h, u)));
         q64 = hn::Add(q64, hn::PromoteTo(d64, hn::UpperHalf(du32h, u)));
       }
+    };
+    // Two vectors per step with their own partials.
+    while (x + lanes <= last) {
+      auto qa = hn::Zero(di32), qb = hn::Zero(di32);
+      for (int k = 0; k < kFlush8 / 2 && x + lanes <= last; ++k, x += 2 * lanes) {
+        one(x, s64, qa);
+        one(x + lanes, s64b, qb);
+      }
+      flush(qa);
+      flush(qb);
     }
+    if (x <= last) {
+      auto qa = hn::Zero(di32);
+      one(x, s64, qa);
+      flush(qa);
+      x += lanes;
+    }
+    s64 = hn::Add(s64, s64b);
     long long s = (long long)hn::GetLane(hn::SumOfLanes(d64, s64));
     if constexpr (std::is_signed_v<T>) s -= 128ll * x;
     r.s += s;
@@ -209,7 +228,7 @@ void rowSums16(const Kvp16u* p, const Kvp8u* m, int w, RowSums& r) {
         auto v = loadChannel<C>(d16, p + (ptrdiff_t)x * C);
         if constexpr (Masked) {
           const auto mb = hn::PromoteTo(d16, hn::LoadU(d8, m + x));
-          v = hn::And(v, hn::VecFromMask(d16, hn::Ne(mb, hn::Zero(d16))));
+          v = hn::AndNot(hn::VecFromMask(d16, hn::Eq(mb, hn::Zero(d16))), v);
         }
         const auto t = hn::BitCast(di16, hn::Xor(v, bias));
         s32 = hn::ReorderWidenMulAccumulate(di32, t, ones, s32, unused);
@@ -326,7 +345,7 @@ void rowLanes(const float* p, const Kvp8u* m, int w, double k, double s[8], doub
         auto v = C == 1 ? hn::LoadU(df, p + x + g * lf) : hn::Load(df, gathered + g * lf);
         if constexpr (Masked) {
           const auto mb = hn::PromoteTo(du, hn::LoadU(d8, m + x + g * lf));
-          v = hn::IfThenElse(hn::RebindMask(df, hn::Ne(mb, hn::Zero(du))), v, kf);
+          v = hn::IfThenElse(hn::RebindMask(df, hn::Eq(mb, hn::Zero(du))), kf, v);
         }
         const auto d0 = hn::Sub(hn::PromoteTo(dd, hn::LowerHalf(dfh, v)), kd);
         const auto d1 = hn::Sub(hn::PromoteTo(dd, hn::UpperHalf(dfh, v)), kd);
@@ -484,7 +503,6 @@ RowExt<KeyOf<T>> rowExtrema(const T* p, const Kvp8u* m, int w) {
   constexpr bool kFloat = std::is_same_v<T, float>;
   K mn = kFloat ? (K)HUGE_VALF : std::numeric_limits<K>::max();
   K mx = kFloat ? (K)-HUGE_VALF : (K)0;
-  bool any = false;
   int x = 0;
 #if KVP_HAVE_HWY
   {
@@ -493,32 +511,33 @@ RowExt<KeyOf<T>> rowExtrema(const T* p, const Kvp8u* m, int w) {
     const int last = vecLimit<C>(w, lanes);
     if (x <= last) {
       auto vmn = hn::Set(d, mn), vmx = hn::Set(d, mx);
-      auto vany = hn::Zero(d);
       for (; x <= last; x += lanes) {
         auto v = loadChannel<C>(d, reinterpret_cast<const K*>(p) + (ptrdiff_t)x * C);
         if constexpr (std::is_signed_v<T> && !kFloat) v = hn::Xor(v, hn::Set(d, (K)0x80));
         if constexpr (kFloat) {
-          auto ok = hn::Eq(v, v);
           if constexpr (Masked) {
+            // Unselected pixels become NaNs (exponent and quiet bit set).
             const hn::Rebind<uint8_t, decltype(d)> d8;
             const hn::Rebind<uint32_t, decltype(d)> du;
-            ok =
-                hn::And(ok, hn::RebindMask(d, hn::Ne(hn::PromoteTo(du, hn::LoadU(d8, m + x)), hn::Zero(du))));
+            const auto off = hn::BitCast(
+                d, hn::VecFromMask(du, hn::Eq(hn::PromoteTo(du, hn::LoadU(d8, m + x)), hn::Zero(du))));
+            v = hn::Or(v, hn::And(off, hn::BitCast(d, hn::Set(du, 0x7FC00000u))));
           }
-          vmn = hn::Min(vmn, hn::IfThenElse(ok, v, vmn));
-          vmx = hn::Max(vmx, hn::IfThenElse(ok, v, vmx));
-          vany = hn::Or(vany, hn::VecFromMask(d, ok));
+          // The x86 minimum and maximum give their second operand when
+          // either is NaN: NaNs leave the accumulators as they are.
+          vmn = hn::Min(v, vmn);
+          vmx = hn::Max(v, vmx);
         } else if constexpr (Masked) {
-          hn::Vec<decltype(d)> sel;
+          // Unselected pixels become the neutral key of each side.
+          hn::Vec<decltype(d)> off;
           if constexpr (sizeof(K) == 1) {
-            sel = hn::VecFromMask(d, hn::Ne(hn::LoadU(d, m + x), hn::Zero(d)));
+            off = hn::VecFromMask(d, hn::Eq(hn::LoadU(d, m + x), hn::Zero(d)));
           } else {
             const hn::Rebind<uint8_t, decltype(d)> d8;
-            sel = hn::VecFromMask(d, hn::Ne(hn::PromoteTo(d, hn::LoadU(d8, m + x)), hn::Zero(d)));
+            off = hn::VecFromMask(d, hn::Eq(hn::PromoteTo(d, hn::LoadU(d8, m + x)), hn::Zero(d)));
           }
-          vmn = hn::Min(vmn, hn::Or(v, hn::Not(sel)));
-          vmx = hn::Max(vmx, hn::And(v, sel));
-          vany = hn::Or(vany, sel);
+          vmn = hn::Min(vmn, hn::Or(v, off));
+          vmx = hn::Max(vmx, hn::AndNot(off, v));
         } else {
           vmn = hn::Min(vmn, v);
           vmx = hn::Max(vmx, v);
@@ -526,12 +545,6 @@ RowExt<KeyOf<T>> rowExtrema(const T* p, const Kvp8u* m, int w) {
       }
       mn = hn::GetLane(hn::MinOfLanes(d, vmn));
       mx = hn::GetLane(hn::MaxOfLanes(d, vmx));
-      if constexpr (kFloat || Masked) {
-        const hn::RebindToUnsigned<decltype(d)> du;
-        any = !hn::AllFalse(du, hn::Ne(hn::BitCast(du, vany), hn::Zero(du)));
-      } else {
-        any = true;
-      }
     }
   }
 #endif
@@ -541,8 +554,10 @@ RowExt<KeyOf<T>> rowExtrema(const T* p, const Kvp8u* m, int w) {
     const K k = keyOf(v);
     mn = k < mn ? k : mn;
     mx = k > mx ? k : mx;
-    any = true;
   }
+  // Some value took part exactly when the minimum does not exceed the
+  // maximum (with none, both keep their neutral start, the minimum above).
+  const bool any = !(mn > mx);
   return {mn, mx, any};
 }
 
