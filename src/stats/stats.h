@@ -75,9 +75,22 @@ KvpStatus checkStats(const T* p, int step, const Kvp8u* m, int mStep, KvpiSize r
 
 // Number of non-zero mask bytes in a row.
 inline long long countSelected(const Kvp8u* m, int w) {
-  unsigned n = 0;
-#pragma omp simd reduction(+ : n)
-  for (int x = 0; x < w; ++x) n += m[x] != 0;
+  long long n = 0;
+  int x = 0;
+#if KVP_HAVE_HWY
+  {
+    // Byte sums of the 0xFF bytes that mark zero mask bytes: 255 per
+    // unselected pixel.
+    const hn::ScalableTag<uint8_t> d8;
+    const hn::Repartition<uint64_t, decltype(d8)> d64;
+    const int lanes = (int)hn::Lanes(d8);
+    auto off = hn::Zero(d64);
+    for (; x + lanes <= w; x += lanes)
+      off = hn::Add(off, hn::SumsOf8(hn::VecFromMask(d8, hn::Eq(hn::LoadU(d8, m + x), hn::Zero(d8)))));
+    n = x - (long long)(hn::GetLane(hn::SumOfLanes(d64, off)) / 255);
+  }
+#endif
+  for (; x < w; ++x) n += m[x] != 0;
   return n;
 }
 
