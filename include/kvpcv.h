@@ -735,6 +735,150 @@ KVP_API KvpStatus kvpiMinMaxIndx_32f_C3CMR(const Kvp32f* pSrc, int srcStep, cons
 /* ======================================================================
  * Derivative and smoothing filters with borders
  * ====================================================================== */
+/** Sobel -d/dy (horizontal edges): row (1, 2, 1) x column (1, 0, -1), or the 5x5 form, exact integers, border by borderType (value for kvpBorderConst); no allocation. */
+KVP_API KvpStatus kvpiFilterSobelHorizBorder_8u16s_C1R(const Kvp8u* pSrc, int srcStep, Kvp16s* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp8u borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterSobelHorizBorder_8u16s_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterSobelHorizGetBufferSize_8u16s_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Sobel -d/dy (horizontal edges): row (1, 2, 1) x column (1, 0, -1), or the 5x5 form, exact integers, border by borderType (value for kvpBorderConst); no allocation. */
+KVP_API KvpStatus kvpiFilterSobelHorizBorder_8s16s_C1R(const Kvp8s* pSrc, int srcStep, Kvp16s* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp8s borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterSobelHorizBorder_8s16s_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterSobelHorizGetBufferSize_8s16s_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Sobel -d/dy (horizontal edges): row (1, 2, 1) x column (1, 0, -1), or the 5x5 form, single precision in tap order, border by borderType (value for kvpBorderConst); no allocation. */
+KVP_API KvpStatus kvpiFilterSobelHorizBorder_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp32f borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterSobelHorizBorder_32f_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterSobelHorizGetBufferSize_32f_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Sobel d/dx (vertical edges): row (-1, 0, 1) x column (1, 2, 1), or the 5x5 form, exact integers, border by borderType (value for kvpBorderConst); no allocation. */
+KVP_API KvpStatus kvpiFilterSobelVertBorder_8u16s_C1R(const Kvp8u* pSrc, int srcStep, Kvp16s* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp8u borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterSobelVertBorder_8u16s_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterSobelVertGetBufferSize_8u16s_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Sobel d/dx (vertical edges): row (-1, 0, 1) x column (1, 2, 1), or the 5x5 form, exact integers, border by borderType (value for kvpBorderConst); no allocation. */
+KVP_API KvpStatus kvpiFilterSobelVertBorder_8s16s_C1R(const Kvp8s* pSrc, int srcStep, Kvp16s* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp8s borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterSobelVertBorder_8s16s_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterSobelVertGetBufferSize_8s16s_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Sobel d/dx (vertical edges): row (-1, 0, 1) x column (1, 2, 1), or the 5x5 form, single precision in tap order, border by borderType (value for kvpBorderConst); no allocation. */
+KVP_API KvpStatus kvpiFilterSobelVertBorder_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp32f borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterSobelVertBorder_32f_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterSobelVertGetBufferSize_32f_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Sobel d2/dy2: row (1, 2, 1) x column (1, -2, 1), or the 5x5 form, exact integers, border by borderType (value for kvpBorderConst); no allocation. */
+KVP_API KvpStatus kvpiFilterSobelHorizSecondBorder_8u16s_C1R(const Kvp8u* pSrc, int srcStep, Kvp16s* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp8u borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterSobelHorizSecondBorder_8u16s_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterSobelHorizSecondGetBufferSize_8u16s_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Sobel d2/dy2: row (1, 2, 1) x column (1, -2, 1), or the 5x5 form, exact integers, border by borderType (value for kvpBorderConst); no allocation. */
+KVP_API KvpStatus kvpiFilterSobelHorizSecondBorder_8s16s_C1R(const Kvp8s* pSrc, int srcStep, Kvp16s* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp8s borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterSobelHorizSecondBorder_8s16s_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterSobelHorizSecondGetBufferSize_8s16s_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Sobel d2/dy2: row (1, 2, 1) x column (1, -2, 1), or the 5x5 form, single precision in tap order, border by borderType (value for kvpBorderConst); no allocation. */
+KVP_API KvpStatus kvpiFilterSobelHorizSecondBorder_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp32f borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterSobelHorizSecondBorder_32f_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterSobelHorizSecondGetBufferSize_32f_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Sobel d2/dx2: row (1, -2, 1) x column (1, 2, 1), or the 5x5 form, exact integers, border by borderType (value for kvpBorderConst); no allocation. */
+KVP_API KvpStatus kvpiFilterSobelVertSecondBorder_8u16s_C1R(const Kvp8u* pSrc, int srcStep, Kvp16s* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp8u borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterSobelVertSecondBorder_8u16s_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterSobelVertSecondGetBufferSize_8u16s_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Sobel d2/dx2: row (1, -2, 1) x column (1, 2, 1), or the 5x5 form, exact integers, border by borderType (value for kvpBorderConst); no allocation. */
+KVP_API KvpStatus kvpiFilterSobelVertSecondBorder_8s16s_C1R(const Kvp8s* pSrc, int srcStep, Kvp16s* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp8s borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterSobelVertSecondBorder_8s16s_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterSobelVertSecondGetBufferSize_8s16s_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Sobel d2/dx2: row (1, -2, 1) x column (1, 2, 1), or the 5x5 form, single precision in tap order, border by borderType (value for kvpBorderConst); no allocation. */
+KVP_API KvpStatus kvpiFilterSobelVertSecondBorder_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp32f borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterSobelVertSecondBorder_32f_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterSobelVertSecondGetBufferSize_32f_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Sobel d2/dxdy: row (-1, 0, 1) x column (-1, 0, 1), or the 5x5 form, exact integers, border by borderType (value for kvpBorderConst); no allocation. */
+KVP_API KvpStatus kvpiFilterSobelCrossBorder_8u16s_C1R(const Kvp8u* pSrc, int srcStep, Kvp16s* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp8u borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterSobelCrossBorder_8u16s_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterSobelCrossGetBufferSize_8u16s_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Sobel d2/dxdy: row (-1, 0, 1) x column (-1, 0, 1), or the 5x5 form, exact integers, border by borderType (value for kvpBorderConst); no allocation. */
+KVP_API KvpStatus kvpiFilterSobelCrossBorder_8s16s_C1R(const Kvp8s* pSrc, int srcStep, Kvp16s* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp8s borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterSobelCrossBorder_8s16s_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterSobelCrossGetBufferSize_8s16s_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Sobel d2/dxdy: row (-1, 0, 1) x column (-1, 0, 1), or the 5x5 form, single precision in tap order, border by borderType (value for kvpBorderConst); no allocation. */
+KVP_API KvpStatus kvpiFilterSobelCrossBorder_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp32f borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterSobelCrossBorder_32f_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterSobelCrossGetBufferSize_32f_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Sobel -d/dx: row (1, 0, -1) x column (1, 2, 1), or the 5x5 form, exact integers, border by borderType (value for kvpBorderConst); no allocation. */
+KVP_API KvpStatus kvpiFilterSobelNegVertBorder_8u16s_C1R(const Kvp8u* pSrc, int srcStep, Kvp16s* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp8u borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterSobelNegVertBorder_8u16s_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterSobelNegVertGetBufferSize_8u16s_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Sobel -d/dx: row (1, 0, -1) x column (1, 2, 1), or the 5x5 form, exact integers, border by borderType (value for kvpBorderConst); no allocation. */
+KVP_API KvpStatus kvpiFilterSobelNegVertBorder_8s16s_C1R(const Kvp8s* pSrc, int srcStep, Kvp16s* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp8s borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterSobelNegVertBorder_8s16s_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterSobelNegVertGetBufferSize_8s16s_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Sobel -d/dx: row (1, 0, -1) x column (1, 2, 1), or the 5x5 form, single precision in tap order, border by borderType (value for kvpBorderConst); no allocation. */
+KVP_API KvpStatus kvpiFilterSobelNegVertBorder_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp32f borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterSobelNegVertBorder_32f_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterSobelNegVertGetBufferSize_32f_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Scharr -d/dy: row (3, 10, 3) x column (1, 0, -1), 3x3 only, exact integers, border by borderType (value for kvpBorderConst); no allocation. */
+KVP_API KvpStatus kvpiFilterScharrHorizBorder_8u16s_C1R(const Kvp8u* pSrc, int srcStep, Kvp16s* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp8u borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterScharrHorizBorder_8u16s_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterScharrHorizGetBufferSize_8u16s_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Scharr -d/dy: row (3, 10, 3) x column (1, 0, -1), 3x3 only, exact integers, border by borderType (value for kvpBorderConst); no allocation. */
+KVP_API KvpStatus kvpiFilterScharrHorizBorder_8s16s_C1R(const Kvp8s* pSrc, int srcStep, Kvp16s* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp8s borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterScharrHorizBorder_8s16s_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterScharrHorizGetBufferSize_8s16s_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Scharr -d/dy: row (3, 10, 3) x column (1, 0, -1), 3x3 only, single precision in tap order, border by borderType (value for kvpBorderConst); no allocation. */
+KVP_API KvpStatus kvpiFilterScharrHorizBorder_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp32f borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterScharrHorizBorder_32f_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterScharrHorizGetBufferSize_32f_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Scharr d/dx: row (-1, 0, 1) x column (3, 10, 3), 3x3 only, exact integers, border by borderType (value for kvpBorderConst); no allocation. */
+KVP_API KvpStatus kvpiFilterScharrVertBorder_8u16s_C1R(const Kvp8u* pSrc, int srcStep, Kvp16s* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp8u borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterScharrVertBorder_8u16s_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterScharrVertGetBufferSize_8u16s_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Scharr d/dx: row (-1, 0, 1) x column (3, 10, 3), 3x3 only, exact integers, border by borderType (value for kvpBorderConst); no allocation. */
+KVP_API KvpStatus kvpiFilterScharrVertBorder_8s16s_C1R(const Kvp8s* pSrc, int srcStep, Kvp16s* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp8s borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterScharrVertBorder_8s16s_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterScharrVertGetBufferSize_8s16s_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Scharr d/dx: row (-1, 0, 1) x column (3, 10, 3), 3x3 only, single precision in tap order, border by borderType (value for kvpBorderConst); no allocation. */
+KVP_API KvpStatus kvpiFilterScharrVertBorder_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp32f borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterScharrVertBorder_32f_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterScharrVertGetBufferSize_32f_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Laplacian d2/dx2 + d2/dy2 (3x3 [2 0 2; 0 -8 0; 2 0 2] or the 5x5 sum of the second derivatives), exact integers, border by borderType (value for kvpBorderConst); no allocation. */
+KVP_API KvpStatus kvpiFilterLaplacianBorder_8u16s_C1R(const Kvp8u* pSrc, int srcStep, Kvp16s* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp8u borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterLaplacianBorder_8u16s_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterLaplacianGetBufferSize_8u16s_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Laplacian d2/dx2 + d2/dy2 (3x3 [2 0 2; 0 -8 0; 2 0 2] or the 5x5 sum of the second derivatives), exact integers, border by borderType (value for kvpBorderConst); no allocation. */
+KVP_API KvpStatus kvpiFilterLaplacianBorder_8s16s_C1R(const Kvp8s* pSrc, int srcStep, Kvp16s* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp8s borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterLaplacianBorder_8s16s_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterLaplacianGetBufferSize_8s16s_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Laplacian d2/dx2 + d2/dy2 (3x3 [2 0 2; 0 -8 0; 2 0 2] or the 5x5 sum of the second derivatives), single precision in tap order, border by borderType (value for kvpBorderConst); no allocation. */
+KVP_API KvpStatus kvpiFilterLaplacianBorder_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp32f borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterLaplacianBorder_32f_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterLaplacianGetBufferSize_32f_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Box mean over the 3x3 or 5x5 mask (the nearest integer of the k x k sum / (k * k)), border by borderType; no allocation. */
+KVP_API KvpStatus kvpiFilterLowpassBorder_8u_C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp8u borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterLowpassBorder_8u_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterLowpassGetBufferSize_8u_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Box mean over the 3x3 or 5x5 mask (the nearest integer of the k x k sum / (k * k)), border by borderType; no allocation. */
+KVP_API KvpStatus kvpiFilterLowpassBorder_8u_C3R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, const Kvp8u* pBorderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterLowpassBorder_8u_C3R for the current thread count. */
+KVP_API KvpStatus kvpiFilterLowpassGetBufferSize_8u_C3R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Box mean over the 3x3 or 5x5 mask (sums in ascending order times 1.0f / (k * k)), border by borderType; no allocation. */
+KVP_API KvpStatus kvpiFilterLowpassBorder_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, Kvp32f borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterLowpassBorder_32f_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterLowpassGetBufferSize_32f_C1R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Box mean over the 3x3 or 5x5 mask (sums in ascending order times 1.0f / (k * k)), border by borderType; no allocation. */
+KVP_API KvpStatus kvpiFilterLowpassBorder_32f_C3R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask, KvpiBorderType borderType, const Kvp32f* pBorderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterLowpassBorder_32f_C3R for the current thread count. */
+KVP_API KvpStatus kvpiFilterLowpassGetBufferSize_32f_C3R(KvpiSize roiSize, KvpiMaskSize mask, int* pBufferSize);
+/** Gaussian blur with an odd kernelSize >= 3 and sigma > 0 (exact fixed point with integer taps summing to 2^8), border by borderType; no allocation. */
+KVP_API KvpStatus kvpiFilterGaussBorder_8u_C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, int kernelSize, Kvp32f sigma, KvpiBorderType borderType, Kvp8u borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterGaussBorder_8u_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterGaussGetBufferSize_8u_C1R(KvpiSize roiSize, int kernelSize, int* pBufferSize);
+/** Gaussian blur with an odd kernelSize >= 3 and sigma > 0 (exact fixed point with integer taps summing to 2^8), border by borderType; no allocation. */
+KVP_API KvpStatus kvpiFilterGaussBorder_8u_C3R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, int kernelSize, Kvp32f sigma, KvpiBorderType borderType, const Kvp8u* pBorderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterGaussBorder_8u_C3R for the current thread count. */
+KVP_API KvpStatus kvpiFilterGaussGetBufferSize_8u_C3R(KvpiSize roiSize, int kernelSize, int* pBufferSize);
+/** Gaussian blur with an odd kernelSize >= 3 and sigma > 0 (exact fixed point with integer taps summing to 2^16), border by borderType; no allocation. */
+KVP_API KvpStatus kvpiFilterGaussBorder_16u_C1R(const Kvp16u* pSrc, int srcStep, Kvp16u* pDst, int dstStep, KvpiSize roiSize, int kernelSize, Kvp32f sigma, KvpiBorderType borderType, Kvp16u borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterGaussBorder_16u_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterGaussGetBufferSize_16u_C1R(KvpiSize roiSize, int kernelSize, int* pBufferSize);
+/** Gaussian blur with an odd kernelSize >= 3 and sigma > 0 (single precision, symmetric tap pairs), border by borderType; no allocation. */
+KVP_API KvpStatus kvpiFilterGaussBorder_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, int kernelSize, Kvp32f sigma, KvpiBorderType borderType, Kvp32f borderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterGaussBorder_32f_C1R for the current thread count. */
+KVP_API KvpStatus kvpiFilterGaussGetBufferSize_32f_C1R(KvpiSize roiSize, int kernelSize, int* pBufferSize);
+/** Gaussian blur with an odd kernelSize >= 3 and sigma > 0 (single precision, symmetric tap pairs), border by borderType; no allocation. */
+KVP_API KvpStatus kvpiFilterGaussBorder_32f_C3R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, int kernelSize, Kvp32f sigma, KvpiBorderType borderType, const Kvp32f* pBorderValue, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiFilterGaussBorder_32f_C3R for the current thread count. */
+KVP_API KvpStatus kvpiFilterGaussGetBufferSize_32f_C3R(KvpiSize roiSize, int kernelSize, int* pBufferSize);
 
 /* (end of filters) */
 

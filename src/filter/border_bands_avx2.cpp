@@ -1,0 +1,21 @@
+// Band routines of the border filters built for 256-bit vectors; chosen at
+// run time when the processor has them. Results equal the baseline's bit
+// for bit (integer sums are exact, float sums keep their order, nothing is
+// contracted).
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+#include <utility>
+
+// Shared helpers stay compiled for the baseline.
+#include "filter/engine.h"
+#include "filter/fixed.h"
+#include "frame/parallel.h"
+
+#pragma GCC push_options
+#pragma GCC target("avx2")
+#define KVP_BF_ISA avx2
+#define KVP_BF_TABLE kBandsAvx2
+#include "filter/border_bands.h"
+#pragma GCC pop_options
