@@ -32,12 +32,18 @@ KvpStatus sampleLine(const T* pSrc, int srcStep, KvpiSize roi, T* pDst, KvpiPoin
   const long long major = aX >= aY ? sx : sy, minor = aX >= aY ? sy : sx;
   const unsigned char* p = reinterpret_cast<const unsigned char*>(pSrc) + (long long)pt1.y * srcStep +
                            (long long)pt1.x * C * sizeof(T);
+  // Long lines across rows miss the cache at nearly every pixel: the pixel
+  // about kAhead steps further is requested early (a hint only; it may lie
+  // past the line's end and is never read).
+  constexpr long long kAhead = 16;
+  const long long ahead = M ? kAhead * major + ((kAhead * m + M / 2) / M) * minor : 0;
   long long e = M - 2 * m;
   const long long up = 2 * M, down = 2 * m;
   for (long long k = 0;; ++k) {
     const T* px = reinterpret_cast<const T*>(p);
     for (int c = 0; c < C; ++c) pDst[k * C + c] = px[c];
     if (k == M) break;
+    __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(p) + (uintptr_t)ahead));
 #ifdef KVP_VARIANT_N8
     const long long neg = e >> 63;  // all ones when e < 0
     p += major + (minor & neg);

@@ -114,11 +114,14 @@ inline const float* floatRow(const S* s, int n, float* buf) {
 template <class S, class D, bool Sfs>
 void subpixBlock(const S* src, int srcStep, D* dst, int dstStep, int width, int rows, const Weights& w,
                  const Store<D, Sfs>& st) {
-  constexpr int kStrip = 1024;
-  alignas(64) float bufA[kStrip + 16], bufB[kStrip + 16], out[kStrip];
+  constexpr int kStrip = 2048;
+  constexpr bool kFloat = std::is_same_v<S, Kvp32f> && std::is_same_v<D, Kvp32f>;
+  alignas(64) float bufA[kFloat ? 1 : kStrip + 16], bufB[kFloat ? 1 : kStrip + 16], out[kFloat ? 1 : kStrip];
+  // Float rows need no conversion: one strip spans the row.
+  const int strip = kFloat ? width : kStrip;
   const float w00 = w.w00, w01 = w.w01, w10 = w.w10, w11 = w.w11;
-  for (int x0 = 0; x0 < width; x0 += kStrip) {
-    const int n = width - x0 < kStrip ? width - x0 : kStrip;
+  for (int x0 = 0; x0 < width; x0 += strip) {
+    const int n = width - x0 < strip ? width - x0 : strip;
     const float* up = floatRow(rowAt(src, srcStep, 0) + x0, n + 1, bufA);
     for (int y = 0; y < rows; ++y) {
       const float* lo = floatRow(rowAt(src, srcStep, y + 1) + x0, n + 1, up == bufA ? bufB : bufA);
