@@ -922,6 +922,57 @@ KVP_API KvpStatus kvpiFilterGaussGetBufferSize_32f_C3R(KvpiSize roiSize, int ker
  * Undistortion and sub-pixel sampling
  * ====================================================================== */
 
+/** Bytes of the work buffer of kvpiUndistortRadial_* and kvpiCreateMapCameraUndistort_32f_C1R for a ROI (16 x width + 64). */
+KVP_API KvpStatus kvpiUndistortGetSize(KvpiSize roiSize, int* pBufsize);
+/** Corrects two-coefficient radial lens distortion: each pixel is the bilinear sample at the model's source position, zero outside the ROI. */
+KVP_API KvpStatus kvpiUndistortRadial_8u_C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, Kvp32f fx, Kvp32f fy, Kvp32f cx, Kvp32f cy, Kvp32f k1, Kvp32f k2, Kvp8u* pBuffer);
+/** Radial undistortion of a three-channel 8-bit image (see kvpiUndistortRadial_8u_C1R). */
+KVP_API KvpStatus kvpiUndistortRadial_8u_C3R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, Kvp32f fx, Kvp32f fy, Kvp32f cx, Kvp32f cy, Kvp32f k1, Kvp32f k2, Kvp8u* pBuffer);
+/** Radial undistortion of a 16-bit image (see kvpiUndistortRadial_8u_C1R). */
+KVP_API KvpStatus kvpiUndistortRadial_16u_C1R(const Kvp16u* pSrc, int srcStep, Kvp16u* pDst, int dstStep, KvpiSize roiSize, Kvp32f fx, Kvp32f fy, Kvp32f cx, Kvp32f cy, Kvp32f k1, Kvp32f k2, Kvp8u* pBuffer);
+/** Radial undistortion of a float image (see kvpiUndistortRadial_8u_C1R). */
+KVP_API KvpStatus kvpiUndistortRadial_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, Kvp32f fx, Kvp32f fy, Kvp32f cx, Kvp32f cy, Kvp32f k1, Kvp32f k2, Kvp8u* pBuffer);
+/** Radial undistortion of a three-channel float image (see kvpiUndistortRadial_8u_C1R). */
+KVP_API KvpStatus kvpiUndistortRadial_32f_C3R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, Kvp32f fx, Kvp32f fy, Kvp32f cx, Kvp32f cy, Kvp32f k1, Kvp32f k2, Kvp8u* pBuffer);
+/** Writes the source positions of radial and tangential lens undistortion as two coordinate maps (double precision, rounded once to float). */
+KVP_API KvpStatus kvpiCreateMapCameraUndistort_32f_C1R(Kvp32f* pxMap, int xStep, Kvp32f* pyMap, int yStep, KvpiSize roiSize, Kvp32f fx, Kvp32f fy, Kvp32f cx, Kvp32f cy, Kvp32f k1, Kvp32f k2, Kvp32f p1, Kvp32f p2, Kvp8u* pBuffer);
+/** Copies an image shifted by a fraction (0 <= dx, dy < 1) with bilinear weights; reads one extra source column and row. */
+KVP_API KvpStatus kvpiCopySubpix_8u_C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, Kvp32f dx, Kvp32f dy);
+/** Sub-pixel copy of an 8-bit image into 16 bits scaled by 2^(-scaleFactor). */
+KVP_API KvpStatus kvpiCopySubpix_8u16u_C1R_Sfs(const Kvp8u* pSrc, int srcStep, Kvp16u* pDst, int dstStep, KvpiSize roiSize, Kvp32f dx, Kvp32f dy, int scaleFactor);
+/** Sub-pixel copy of an 8-bit image into float, unrounded. */
+KVP_API KvpStatus kvpiCopySubpix_8u32f_C1R(const Kvp8u* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, Kvp32f dx, Kvp32f dy);
+/** Sub-pixel copy of a 16-bit image. */
+KVP_API KvpStatus kvpiCopySubpix_16u_C1R(const Kvp16u* pSrc, int srcStep, Kvp16u* pDst, int dstStep, KvpiSize roiSize, Kvp32f dx, Kvp32f dy);
+/** Sub-pixel copy of a 16-bit image into float, unrounded. */
+KVP_API KvpStatus kvpiCopySubpix_16u32f_C1R(const Kvp16u* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, Kvp32f dx, Kvp32f dy);
+/** Sub-pixel copy of a float image. */
+KVP_API KvpStatus kvpiCopySubpix_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, Kvp32f dx, Kvp32f dy);
+/** Extracts a window centred at a sub-pixel point, replicating the border, and reports the destination range that read no replicated sample. */
+KVP_API KvpStatus kvpiCopySubpixIntersect_8u_C1R(const Kvp8u* pSrc, int srcStep, KvpiSize srcRoiSize, Kvp8u* pDst, int dstStep, KvpiSize dstRoiSize, KvpiPoint_32f point, KvpiPoint* pMin, KvpiPoint* pMax);
+/** Sub-pixel window of an 8-bit image into 16 bits scaled by 2^(-scaleFactor). */
+KVP_API KvpStatus kvpiCopySubpixIntersect_8u16u_C1R_Sfs(const Kvp8u* pSrc, int srcStep, KvpiSize srcRoiSize, Kvp16u* pDst, int dstStep, KvpiSize dstRoiSize, KvpiPoint_32f point, KvpiPoint* pMin, KvpiPoint* pMax, int scaleFactor);
+/** Sub-pixel window of an 8-bit image into float, unrounded. */
+KVP_API KvpStatus kvpiCopySubpixIntersect_8u32f_C1R(const Kvp8u* pSrc, int srcStep, KvpiSize srcRoiSize, Kvp32f* pDst, int dstStep, KvpiSize dstRoiSize, KvpiPoint_32f point, KvpiPoint* pMin, KvpiPoint* pMax);
+/** Sub-pixel window of a 16-bit image. */
+KVP_API KvpStatus kvpiCopySubpixIntersect_16u_C1R(const Kvp16u* pSrc, int srcStep, KvpiSize srcRoiSize, Kvp16u* pDst, int dstStep, KvpiSize dstRoiSize, KvpiPoint_32f point, KvpiPoint* pMin, KvpiPoint* pMax);
+/** Sub-pixel window of a 16-bit image into float, unrounded. */
+KVP_API KvpStatus kvpiCopySubpixIntersect_16u32f_C1R(const Kvp16u* pSrc, int srcStep, KvpiSize srcRoiSize, Kvp32f* pDst, int dstStep, KvpiSize dstRoiSize, KvpiPoint_32f point, KvpiPoint* pMin, KvpiPoint* pMax);
+/** Sub-pixel window of a float image. */
+KVP_API KvpStatus kvpiCopySubpixIntersect_32f_C1R(const Kvp32f* pSrc, int srcStep, KvpiSize srcRoiSize, Kvp32f* pDst, int dstStep, KvpiSize dstRoiSize, KvpiPoint_32f point, KvpiPoint* pMin, KvpiPoint* pMax);
+/** Copies the pixels of the 8-connected digital line from pt1 to pt2, in order, into pDst (max(|dx|, |dy|) + 1 pixels). */
+KVP_API KvpStatus kvpiSampleLine_8u_C1R(const Kvp8u* pSrc, int srcStep, KvpiSize roiSize, Kvp8u* pDst, KvpiPoint pt1, KvpiPoint pt2);
+/** Line sampling of a three-channel 8-bit image (three values per pixel). */
+KVP_API KvpStatus kvpiSampleLine_8u_C3R(const Kvp8u* pSrc, int srcStep, KvpiSize roiSize, Kvp8u* pDst, KvpiPoint pt1, KvpiPoint pt2);
+/** Line sampling of a 16-bit image. */
+KVP_API KvpStatus kvpiSampleLine_16u_C1R(const Kvp16u* pSrc, int srcStep, KvpiSize roiSize, Kvp16u* pDst, KvpiPoint pt1, KvpiPoint pt2);
+/** Line sampling of a three-channel 16-bit image. */
+KVP_API KvpStatus kvpiSampleLine_16u_C3R(const Kvp16u* pSrc, int srcStep, KvpiSize roiSize, Kvp16u* pDst, KvpiPoint pt1, KvpiPoint pt2);
+/** Line sampling of a float image. */
+KVP_API KvpStatus kvpiSampleLine_32f_C1R(const Kvp32f* pSrc, int srcStep, KvpiSize roiSize, Kvp32f* pDst, KvpiPoint pt1, KvpiPoint pt2);
+/** Line sampling of a three-channel float image. */
+KVP_API KvpStatus kvpiSampleLine_32f_C3R(const Kvp32f* pSrc, int srcStep, KvpiSize roiSize, Kvp32f* pDst, KvpiPoint pt1, KvpiPoint pt2);
+
 /* (end of geometry) */
 
 /* ======================================================================
