@@ -775,6 +775,29 @@ KVP_API KvpStatus kvpiPyramidLayerUp_32f_C3R(const Kvp32f* pSrc, int srcStep, Kv
  * Pyramidal optical flow
  * ====================================================================== */
 
+typedef struct KvpiOptFlowPyrLK_8u KvpiOptFlowPyrLK_8u;
+typedef struct KvpiOptFlowPyrLK_16u KvpiOptFlowPyrLK_16u;
+typedef struct KvpiOptFlowPyrLK_32f KvpiOptFlowPyrLK_32f;
+
+/** A tracking state for level-0 images up to roiSize and windows up to winSize (odd, >= 3), with scratch for the current thread count. */
+KVP_API KvpStatus kvpiOpticalFlowPyrLKInitAlloc_8u_C1R(KvpiOptFlowPyrLK_8u** ppState, KvpiSize roiSize, int winSize);
+/** Releases a tracking state. */
+KVP_API KvpStatus kvpiOpticalFlowPyrLKFree_8u_C1R(KvpiOptFlowPyrLK_8u* pState);
+/** A tracking state for level-0 images up to roiSize and windows up to winSize (odd, >= 3), with scratch for the current thread count. */
+KVP_API KvpStatus kvpiOpticalFlowPyrLKInitAlloc_16u_C1R(KvpiOptFlowPyrLK_16u** ppState, KvpiSize roiSize, int winSize);
+/** Releases a tracking state. */
+KVP_API KvpStatus kvpiOpticalFlowPyrLKFree_16u_C1R(KvpiOptFlowPyrLK_16u* pState);
+/** A tracking state for level-0 images up to roiSize and windows up to winSize (odd, >= 3), with scratch for the current thread count. */
+KVP_API KvpStatus kvpiOpticalFlowPyrLKInitAlloc_32f_C1R(KvpiOptFlowPyrLK_32f** ppState, KvpiSize roiSize, int winSize);
+/** Releases a tracking state. */
+KVP_API KvpStatus kvpiOpticalFlowPyrLKFree_32f_C1R(KvpiOptFlowPyrLK_32f* pState);
+/** Pyramidal Lucas-Kanade tracking of numFeat points from pyramid 1 to pyramid 2 over levels maxLev..0: pNext holds the initial guesses and receives the positions; status 1 tracked, 0 lost; pError (may be null) the mean absolute window difference, 0 when lost. */
+KVP_API KvpStatus kvpiOpticalFlowPyrLK_8u_C1R(const KvpiPyramid* pPyr1, const KvpiPyramid* pPyr2, const KvpiPoint_32f* pPrev, KvpiPoint_32f* pNext, Kvp8s* pStatus, Kvp32f* pError, int numFeat, int winSize, int maxLev, int maxIter, Kvp32f threshold, KvpiOptFlowPyrLK_8u* pState);
+/** Pyramidal Lucas-Kanade tracking of numFeat points from pyramid 1 to pyramid 2 over levels maxLev..0: pNext holds the initial guesses and receives the positions; status 1 tracked, 0 lost; pError (may be null) the mean absolute window difference, 0 when lost (rejection thresholds scaled by 256^2 and 256^4). */
+KVP_API KvpStatus kvpiOpticalFlowPyrLK_16u_C1R(const KvpiPyramid* pPyr1, const KvpiPyramid* pPyr2, const KvpiPoint_32f* pPrev, KvpiPoint_32f* pNext, Kvp8s* pStatus, Kvp32f* pError, int numFeat, int winSize, int maxLev, int maxIter, Kvp32f threshold, KvpiOptFlowPyrLK_16u* pState);
+/** Pyramidal Lucas-Kanade tracking of numFeat points from pyramid 1 to pyramid 2 over levels maxLev..0: pNext holds the initial guesses and receives the positions; status 1 tracked, 0 lost; pError (may be null) the mean absolute window difference, 0 when lost (32f data on the 0..255 scale). */
+KVP_API KvpStatus kvpiOpticalFlowPyrLK_32f_C1R(const KvpiPyramid* pPyr1, const KvpiPyramid* pPyr2, const KvpiPoint_32f* pPrev, KvpiPoint_32f* pNext, Kvp8s* pStatus, Kvp32f* pError, int numFeat, int winSize, int maxLev, int maxIter, Kvp32f threshold, KvpiOptFlowPyrLK_32f* pState);
+
 /* (end of optical flow) */
 
 /* ======================================================================
