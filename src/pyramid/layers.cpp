@@ -17,6 +17,7 @@
 // interpolated rows and smooths them in float, vertical pass first.
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <type_traits>
 
@@ -24,6 +25,10 @@
 #include "frame/parallel.h"
 #include "frame/state.h"
 #include "pyramid/layer_geometry.h"
+
+#if KVP_HAVE_HWY
+#include <hwy/highway.h>
+#endif
 
 namespace {
 
@@ -51,6 +56,9 @@ struct LayerState {
   int k, a;
   long long D;         // divisor of the integer kernel (T^2)
   bool floatRoute;     // integer data computed exactly in float lanes
+  bool pairRoute;      // 8u at rate 2: 16-bit vertical sums, pairwise 32-bit taps
+  int shift;           // log2(D) on the pair route
+  bool narrowRoute;    // 8u at rate 2, k <= 7, taps >= 0, 255 * D < 65536: 16-bit lanes throughout
   float invD;          // 1.0f / (float)D
   float halfD;         // floor(D / 2) (float route only, exact)
   int ti[kMaxTaps];    // integer taps
@@ -94,6 +102,13 @@ KvpStatus takeKernel(const K* pKernel, int k, LayerState& s, double maxVal) {
     // divisor is a power of two: float steps are then exact.
     const bool pow2 = (s.D & (s.D - 1)) == 0;
     s.floatRoute = pow2 && (maxVal + 1.0) * (double)sumAbs * (double)sumAbs <= 16777216.0;
+    // 8-bit vertical sums fit 16-bit lanes and the divisor is a shift.
+    s.pairRoute = pow2 && maxVal == 255.0 && 255 * sumAbs < 32768;
+    s.shift = 0;
+    while ((1LL << s.shift) < s.D) ++s.shift;
+    bool nonNegative = true;
+    for (int j = 0; j < k; ++j) nonNegative = nonNegative && pKernel[j] >= 0;
+    s.narrowRoute = s.pairRoute && nonNegative && k <= 7 && 255 * s.D < 65536;
     s.halfD = (float)(s.D / 2);
   } else {
     float sum = 0.0f;
@@ -106,6 +121,8 @@ KvpStatus takeKernel(const K* pKernel, int k, LayerState& s, double maxVal) {
     s.D = 1;
     s.invD = 1.0f;
     s.floatRoute = true;
+    s.pairRoute = false;
+    s.narrowRoute = false;
   }
   return kvpStsOk;
 }
@@ -314,9 +331,219 @@ struct Down {
     }
   }
 
+  // Every second float of v (n readable floats) into out, up to len
+  // outputs; returns how many were written (the rest is left to the caller).
+  static int splitPhase(const float* v, int n, int len, float* out) {
+    int i = 0;
+#if KVP_HAVE_HWY && HWY_TARGET != HWY_SCALAR
+    namespace hn = hwy::HWY_NAMESPACE;
+    const hn::ScalableTag<float> d;
+    const int N = (int)hn::Lanes(d);
+    for (; i + N <= len && 2 * (i + N) <= n; i += N) {
+      const auto lo = hn::LoadU(d, v + 2 * i), hi = hn::LoadU(d, v + 2 * i + N);
+      hn::StoreU(hn::ConcatEven(d, hi, lo), d, out + i);
+    }
+#else
+    (void)v;
+    (void)n;
+    (void)len;
+    (void)out;
+#endif
+    return i;
+  }
+
+  // 8u at rate 2 with 16-bit vertical sums: the horizontal taps are taken
+  // in pairs (2m, 2m + 1), each pair one widening pairwise multiply-add
+  // over a row z in which the two samples of every pair sit side by side
+  // (the vertical row itself for one channel; for three, each pixel pair's
+  // channels interleaved). Results are (S + D/2) >> log2(D), saturated.
+  void rowsPairs(int y0, int rows, int16_t* v, int16_t* z) const {
+    const int k = s->k, a = s->a, nOut = w * C;
+    const int pairs = a + 1;  // tap pairs, the last with a zero partner
+    int tp[2 * kMaxTaps + 2];
+    for (int j = 0; j < 2 * pairs; ++j) tp[j] = j < k ? s->ti[j] : 0;
+    const int half = (int)(s->D / 2), sh = s->shift;
+    const int n = W * C;
+    for (int y = y0; y < y0 + rows; ++y) {
+      const int i = 2 * y;
+      int16_t* o = v + a * C;
+      {
+        const T* r = rowAt(src, srcStep, clampi(i - a, H));
+        const int t = s->ti[0];
+#pragma omp simd
+        for (int j = 0; j < n; ++j) o[j] = (int16_t)(t * (int)r[j]);
+      }
+      for (int u = 1; u < k; ++u) {
+        const T* r = rowAt(src, srcStep, clampi(i - a + u, H));
+        const int t = s->ti[u];
+#pragma omp simd
+        for (int j = 0; j < n; ++j) o[j] = (int16_t)(o[j] + t * (int)r[j]);
+      }
+      for (int p = 0; p < a; ++p)
+        for (int ch = 0; ch < C; ++ch) v[p * C + ch] = o[ch];
+      for (int p = 0; p <= a; ++p)
+        for (int ch = 0; ch < C; ++ch) o[(W + p) * C + ch] = o[(W - 1) * C + ch];
+      const int16_t* zz = v;
+      if constexpr (C != 1) {
+        const int np = w + a;
+        for (int q = 0; q < np; ++q)
+          for (int ch = 0; ch < C; ++ch) {
+            z[2 * (q * C + ch)] = v[(2 * q) * C + ch];
+            z[2 * (q * C + ch) + 1] = v[(2 * q + 1) * C + ch];
+          }
+        zz = z;
+      }
+      T* d = rowAt(dst, dstStep, y);
+      int j = 0;
+#if KVP_HAVE_HWY && HWY_TARGET != HWY_SCALAR
+      {
+        namespace hn = hwy::HWY_NAMESPACE;
+        const hn::ScalableTag<int32_t> d32;
+        const hn::Repartition<int16_t, decltype(d32)> d16;
+        const hn::Rebind<uint8_t, decltype(d32)> d8;
+        const int N = (int)hn::Lanes(d32);
+        const auto vhalf = hn::Set(d32, half);
+        for (; j + N <= nOut; j += N) {
+          auto acc = hn::Zero(d32);
+          for (int m = 0; m < pairs; ++m) {
+            const auto zv = hn::LoadU(d16, zz + 2 * (j + C * m));
+            const auto tv = hn::BitCast(
+                d16,
+                hn::Set(d32, (int32_t)(((uint32_t)(uint16_t)tp[2 * m + 1] << 16) | (uint16_t)tp[2 * m])));
+            auto sum1 = hn::Zero(d32);
+            const auto sum0 = hn::ReorderWidenMulAccumulate(d32, zv, tv, hn::Zero(d32), sum1);
+            acc = hn::Add(acc, hn::RearrangeToOddPlusEven(sum0, sum1));
+          }
+          const auto q = hn::ShiftRightSame(hn::Add(acc, vhalf), sh);
+          hn::StoreU(hn::DemoteTo(d8, q), d8, reinterpret_cast<uint8_t*>(d) + j);
+        }
+      }
+#endif
+      for (; j < nOut; ++j) {
+        int acc = 0;
+        for (int m = 0; m < pairs; ++m)
+          acc += zz[2 * (j + C * m)] * tp[2 * m] + zz[2 * (j + C * m) + 1] * tp[2 * m + 1];
+        const int q = (acc + half) >> sh;
+        d[j] = (T)(q < 0 ? 0 : (q > 255 ? 255 : q));
+      }
+    }
+  }
+
+  // 8u, one channel, rate 2, short non-negative kernels with 255 * D below
+  // 2^16: every source row is smoothed horizontally once at the even
+  // columns (16-bit lanes; even and odd bytes come from one 16-bit load),
+  // a ring of k such rows is combined vertically in wrapping 16-bit lanes
+  // (the true sum lies in 0..65535), and (S + D/2) >> log2(D) is taken as
+  // ((S >> 1) + D/4) >> (log2(D) - 1), which never leaves 16 bits.
+  template <int K>
+  void hrowNarrow(const T* r, uint16_t* h) const {
+    constexpr int k = K, a = (K - 1) / 2;
+    int x = 0;
+    auto scalar = [&](int x) {
+      int acc = 0;
+      for (int v = 0; v < k; ++v) acc += s->ti[v] * (int)r[clampi(2 * x + v - a, W)];
+      h[x] = (uint16_t)acc;
+    };
+    const int x0 = (a + 1) / 2;  // first x with 2x - a >= 0
+    for (; x < x0 && x < w; ++x) scalar(x);
+#if KVP_HAVE_HWY && HWY_TARGET != HWY_SCALAR
+    namespace hn = hwy::HWY_NAMESPACE;
+    const hn::ScalableTag<uint16_t> d;
+    const hn::Repartition<uint8_t, decltype(d)> d8;
+    const int N = (int)hn::Lanes(d);
+    const auto lowByte = hn::Set(d, 0xFF);
+    hn::Vec<decltype(d)> tv[K];
+    for (int v = 0; v < K; ++v) tv[v] = hn::Set(d, (uint16_t)s->ti[v]);
+    // Tap v reads the even (a - v even) or odd bytes of the 16-bit pairs
+    // starting at byte 2x + 2 * floor((v - a) / 2); the loads reach byte
+    // 2 * (x + N - 1) + 1 + (k - 1 - a) at most.
+    for (; x + N <= w && 2 * (x + N) + (k - 1 - a) <= W; x += N) {
+      const uint8_t* base = reinterpret_cast<const uint8_t*>(r) + 2 * x;
+      auto acc = hn::Zero(d);
+      for (int v = 0; v < K; ++v) {
+        const int rel = v - a;  // byte offset from 2x
+        const int even = rel >= 0 ? rel & ~1 : -((-rel + 1) & ~1);
+        const auto pairs = hn::BitCast(d, hn::LoadU(d8, base + even));
+        const auto px = (rel - even) ? hn::ShiftRight<8>(pairs) : hn::And(pairs, lowByte);
+        acc = hn::Add(acc, hn::Mul(px, tv[v]));
+      }
+      hn::StoreU(acc, d, h + x);
+    }
+#endif
+    for (; x < w; ++x) scalar(x);
+  }
+
+  template <int K>
+  void rowsNarrow(int y0, int rows, uint16_t* ringBase) const {
+    constexpr int k = K, a = (K - 1) / 2;
+    const long long stride = ((long long)w + 31) & ~31LL;
+    const int sh = s->shift;
+    const uint16_t quarter = (uint16_t)(s->D / 4);
+    int hi = clampi(2 * y0 - a, H) - 1;
+    for (int y = y0; y < y0 + rows; ++y) {
+      for (const int top = clampi(2 * y + a, H); hi < top;) {
+        ++hi;
+        hrowNarrow<K>(rowAt(src, srcStep, hi), ringBase + (hi % k) * stride);
+      }
+      const uint16_t* hr[8];
+      for (int u = 0; u < k; ++u) hr[u] = ringBase + (clampi(2 * y - a + u, H) % k) * stride;
+      T* d = rowAt(dst, dstStep, y);
+      int x = 0;
+      auto finish = [&](unsigned S) -> T { return (T)(sh == 0 ? S : ((S >> 1) + quarter) >> (sh - 1)); };
+#if KVP_HAVE_HWY && HWY_TARGET != HWY_SCALAR
+      namespace hn = hwy::HWY_NAMESPACE;
+      const hn::ScalableTag<uint16_t> d16;
+      const hn::Rebind<uint8_t, decltype(d16)> d8;
+      const int N = (int)hn::Lanes(d16);
+      const auto vq = hn::Set(d16, quarter);
+      for (; x + N <= w; x += N) {
+        auto acc = hn::Mul(hn::LoadU(d16, hr[0] + x), hn::Set(d16, (uint16_t)s->ti[0]));
+        for (int u = 1; u < k; ++u)
+          acc = hn::Add(acc, hn::Mul(hn::LoadU(d16, hr[u] + x), hn::Set(d16, (uint16_t)s->ti[u])));
+        const auto q = sh == 0 ? acc : hn::ShiftRightSame(hn::Add(hn::ShiftRight<1>(acc), vq), sh - 1);
+        const hn::Rebind<int16_t, decltype(d16)> di16;
+        hn::StoreU(hn::DemoteTo(d8, hn::BitCast(di16, q)), d8, reinterpret_cast<uint8_t*>(d) + x);
+      }
+#endif
+      for (; x < w; ++x) {
+        unsigned S = 0;
+        for (int u = 0; u < k; ++u) S = (S + (unsigned)s->ti[u] * hr[u][x]) & 0xFFFFu;
+        d[x] = finish(S);
+      }
+    }
+  }
+
   // Integral rate R, float lanes: the padded vertical row is split into its
   // R phases (only the samples the taps reach), then each tap is one
   // contiguous multiply-add over the output row.
+  // Vertical sums with K taps fused into one pass (same order of
+  // operations as vrow).
+  template <int K>
+  void vrowFused(int i, float* out) const {
+    constexpr int a = (K - 1) / 2;
+    const int n = W * C;
+    const T* r[K];
+    float t[K];
+    for (int u = 0; u < K; ++u) {
+      r[u] = rowAt(src, srcStep, clampi(i - a + u, H));
+      t[u] = taps[u];
+    }
+    float* o = out + a * C;
+#pragma omp simd
+    for (int j = 0; j < n; ++j) {
+      float acc = t[0] * (float)r[0][j];
+      for (int u = 1; u < K; ++u) acc = acc + t[u] * (float)r[u][j];
+      o[j] = acc;
+    }
+    for (int p = 0; p < a; ++p)
+      for (int ch = 0; ch < C; ++ch) {
+        out[p * C + ch] = o[ch];
+        o[(W + p) * C + ch] = o[(W - 1) * C + ch];
+      }
+  }
+
+  // K > 0: the kernel length known at compile time (fused passes).
+  template <int K>
   void rowsIntegral(int y0, int rows, float* rowA, float* rowB) const {
     const int R = (int)(s->M >> kRateShift), k = s->k;
     const int nOut = w * C;
@@ -330,29 +557,50 @@ struct Down {
       }
     }
     for (int y = y0; y < y0 + rows; ++y) {
-      vrow((int)(((long long)y * s->M) >> kRateShift), rowA);
+      const int iy = (int)(((long long)y * s->M) >> kRateShift);
+      if constexpr (K > 0)
+        vrowFused<K>(iy, rowA);
+      else
+        vrow(iy, rowA);
       for (int q = 0; q < phases; ++q) {
         float* p = const_cast<float*>(ph[q]);
         const int len = w + (k - 1 - q) / R;
         if constexpr (C == 1) {
-          for (int i = 0; i < len; ++i) p[i] = rowA[(long long)R * i + q];
+          int i = 0;
+          if (R == 2) i = splitPhase(rowA + q, (s->a * 2 + W) - q, len, p);
+          for (; i < len; ++i) p[i] = rowA[(long long)R * i + q];
         } else {
           for (int i = 0; i < len; ++i)
             for (int ch = 0; ch < C; ++ch) p[i * C + ch] = rowA[((long long)R * i + q) * C + ch];
         }
       }
       // rowA is free again: it takes the horizontal sums.
-      {
-        const float t = taps[0];
-        const float* p = ph[0];
+      if constexpr (K > 0) {
+        const float* hp[K];
+        float t[K];
+        for (int v = 0; v < K; ++v) {
+          hp[v] = ph[v % R] + (v / R) * C;
+          t[v] = taps[v];
+        }
 #pragma omp simd
-        for (int i = 0; i < nOut; ++i) rowA[i] = t * p[i];
-      }
-      for (int v = 1; v < k; ++v) {
-        const float t = taps[v];
-        const float* p = ph[v % R] + (v / R) * C;
+        for (int i = 0; i < nOut; ++i) {
+          float acc = t[0] * hp[0][i];
+          for (int v = 1; v < K; ++v) acc = acc + t[v] * hp[v][i];
+          rowA[i] = acc;
+        }
+      } else {
+        {
+          const float t = taps[0];
+          const float* p = ph[0];
 #pragma omp simd
-        for (int i = 0; i < nOut; ++i) rowA[i] = rowA[i] + t * p[i];
+          for (int i = 0; i < nOut; ++i) rowA[i] = t * p[i];
+        }
+        for (int v = 1; v < k; ++v) {
+          const float t = taps[v];
+          const float* p = ph[v % R] + (v / R) * C;
+#pragma omp simd
+          for (int i = 0; i < nOut; ++i) rowA[i] = rowA[i] + t * p[i];
+        }
       }
       T* d = rowAt(dst, dstStep, y);
       if constexpr (kFloat<T>) {
@@ -383,6 +631,11 @@ KvpStatus layerDown(const T* pSrc, int srcStep, KvpiSize sr, T* pDst, int dstSte
   const int n = clampTeam(ownGetNumThreads());
   const bool threaded = (long long)sr.width * sr.height >= (long long)n * 32768;
   const bool integral = (s->M & (kRateOne - 1)) == 0;
+  const bool pairs = s->pairRoute && s->M == 2 * kRateOne;
+  // The ring of k narrow rows (each w rounded up to 32 samples) fits the
+  // two vertical-sum rows of the slice.
+  const bool narrow =
+      pairs && s->narrowRoute && (long long)s->k * ((dr.width + 31) & ~31LL) * 2 <= 2 * rowBytes;
   auto run = [&](auto tagA) {
     using A = decltype(tagA);
     Down<T, C, A> job{s, pSrc, srcStep, sr.width, sr.height, dr.width, pDst, dstStep, {}};
@@ -392,12 +645,28 @@ KvpStatus layerDown(const T* pSrc, int srcStep, KvpiSize sr, T* pDst, int dstSte
       A* rowA = reinterpret_cast<A*>(base);
       A* rowB = reinterpret_cast<A*>(base + rowBytes);
       if constexpr (std::is_same_v<A, float>) {
-        if (integral) return job.rowsIntegral(y0, rows, rowA, rowB);
+        if constexpr (std::is_same_v<T, Kvp8u> && C == 1) {
+          uint16_t* ring = reinterpret_cast<uint16_t*>(rowA);
+          if (narrow && s->k == 3) return job.template rowsNarrow<3>(y0, rows, ring);
+          if (narrow && s->k == 5) return job.template rowsNarrow<5>(y0, rows, ring);
+          if (narrow && s->k == 7) return job.template rowsNarrow<7>(y0, rows, ring);
+        }
+        if constexpr (std::is_same_v<T, Kvp8u>) {
+          if (pairs)
+            return job.rowsPairs(y0, rows, reinterpret_cast<int16_t*>(rowA),
+                                 reinterpret_cast<int16_t*>(rowB));
+        }
+        if (integral) {
+          if (s->k == 3) return job.template rowsIntegral<3>(y0, rows, rowA, rowB);
+          if (s->k == 5) return job.template rowsIntegral<5>(y0, rows, rowA, rowB);
+          if (s->k == 7) return job.template rowsIntegral<7>(y0, rows, rowA, rowB);
+          return job.template rowsIntegral<0>(y0, rows, rowA, rowB);
+        }
       }
       job.rowsGeneric(y0, rows, rowA, rowB);
     });
   };
-  if (s->floatRoute)
+  if (s->floatRoute || pairs)
     run(0.0f);
   else
     run(0);

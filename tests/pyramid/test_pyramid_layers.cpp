@@ -159,6 +159,8 @@ const std::vector<Case>& cases() {
       {10.0f, {2, 7, 14, 7, 2}},                  // the largest rate
       {1.7f, {3000, -200, 9000, -200, 3000}},     // sums beyond 32 bits (64-bit route)
       {2.0f, {1, 6, 15, 20, 15, 6, 1}},           // 7 taps, D = 4096
+      {2.0f, {1, 1, 2, 8, 2, 1, 1}},              // 7 taps, D = 256
+      {2.0f, {1, 0, 3, 0, 1, 0, 3, 0, 1, 0, 7}},  // 11 taps, D = 256
       {4.0f, {1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1}},  // 11 taps over 4 phases
   };
   static const std::vector<Case> small = {all[0], all[3], all[5], all[7]};
