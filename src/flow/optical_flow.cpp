@@ -12,8 +12,9 @@
 // accumulator c mod 8) combined in a fixed tree: one order for every vector
 // width and thread count. Points are split into contiguous blocks, one per
 // thread, each with its own scratch slice of the state.
-#include <cmath>
 #include <algorithm>
+#include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <initializer_list>
 #include <type_traits>
@@ -21,6 +22,10 @@
 #include "frame/bodies.h"
 #include "frame/parallel.h"
 #include "frame/state.h"
+
+#if KVP_HAVE_HWY
+#include <hwy/highway.h>
+#endif
 
 namespace {
 
@@ -41,10 +46,14 @@ constexpr Kvp32u kFlowKind = 0x464c0000u | (Kvp32u)sizeof(T);
 inline int windowStride(int win) { return (win + 7) & ~7; }
 
 // Slice layout (floats): patch (win + 3)^2, gradients 2 x (win + 1)^2,
-// window arrays 3 x win x stride, one sampled row of stride.
+// window arrays 3 x win x stride, the next image's patch of (win + 1) rows
+// of stride + 8 (columns past win + 1 stay zero), and a lane mask of stride
+// words (all ones on the window's columns, zero on the padding).
 struct Slice {
-  float *patch, *gx, *gy, *I, *Ix, *Iy, *row;
+  float *patch, *gx, *gy, *I, *Ix, *Iy, *jp;
+  uint32_t* mask;
 };
+inline int patchStride(int win) { return windowStride(win) + 8; }
 inline long long sliceBytesFor(int win) {
   const long long ws = windowStride(win), p = win + 3, g = win + 1;
   long long off = regionAfter(0, p * p * 4);
@@ -53,6 +62,7 @@ inline long long sliceBytesFor(int win) {
   off = regionAfter(off, win * ws * 4);
   off = regionAfter(off, win * ws * 4);
   off = regionAfter(off, win * ws * 4);
+  off = regionAfter(off, (win + 1LL) * patchStride(win) * 4);
   return regionAfter(off, ws * 4);
 }
 inline Slice sliceAt(unsigned char* base, int win) {
@@ -70,7 +80,8 @@ inline Slice sliceAt(unsigned char* base, int win) {
   s.I = take(win * ws * 4);
   s.Ix = take(win * ws * 4);
   s.Iy = take(win * ws * 4);
-  s.row = take(ws * 4);
+  s.jp = take((win + 1LL) * patchStride(win) * 4);
+  s.mask = reinterpret_cast<uint32_t*>(take(ws * 4));
   return s;
 }
 
@@ -110,12 +121,13 @@ struct Level {
   const T* img;
   int step, W, H;
   const T* row(int y) const { return rowAt(img, step, y); }
-  // Loads the side x side patch with top-left (x0, y0) as float.
-  void patch(int x0, int y0, int side, float* out) const {
+  // Loads the side x side patch with top-left (x0, y0) as float, rows
+  // `stride` floats apart.
+  void patch(int x0, int y0, int side, int stride, float* out) const {
     if (x0 >= 0 && y0 >= 0 && x0 + side <= W && y0 + side <= H) {
       for (int v = 0; v < side; ++v) {
         const T* r = row(y0 + v) + x0;
-        float* o = out + (long long)v * side;
+        float* o = out + (long long)v * stride;
 #pragma omp simd
         for (int c = 0; c < side; ++c) o[c] = (float)r[c];
       }
@@ -123,7 +135,7 @@ struct Level {
     }
     for (int v = 0; v < side; ++v) {
       const T* r = row(mirror(y0 + v, H));
-      float* o = out + (long long)v * side;
+      float* o = out + (long long)v * stride;
       for (int c = 0; c < side; ++c) o[c] = (float)r[mirror(x0 + c, W)];
     }
   }
@@ -187,51 +199,83 @@ inline void gradientSums(const Slice& s, int win, float& A11, float& A12, float&
   A22 = combine8(a22);
 }
 
-// Samples the next image's window at weights w (rows from rowOf(v), cell
-// columns from 0) and returns the mismatch sums, or the absolute-difference
-// sum when Err.
-template <bool Err, class E, class RowOf>
-inline void mismatch(RowOf rowOf, const Weights& w, const Slice& s, int win, float& b1, float& b2) {
-  const int ws = windowStride(win);
+// Samples the next image's window at (px, py) of level lv from its float
+// patch and returns the mismatch sums b1 = sum e Ix, b2 = sum e Iy, or
+// (Err) the sum of |e|, with e = J - I. The padding lanes compute from
+// whatever the patch holds there; the mask turns their e into +0, which
+// leaves every accumulator unchanged.
+template <bool Err, class T>
+inline void mismatchAt(const Level<T>& lv, float px, float py, const Slice& s, int win, float& b1,
+                       float& b2) {
+  const int h = (win - 1) / 2, ws = windowStride(win), pst = patchStride(win);
+  const Weights w = weightsAt(px, py);
+  lv.patch(w.ix - h, w.iy - h, win + 1, pst, s.jp);
   float a1[8] = {}, a2[8] = {};
+#if KVP_HAVE_HWY && HWY_TARGET != HWY_SCALAR
+  // Accumulator l of the eight lives in lane l % 4 of vector l / 4.
+  namespace hn = hwy::HWY_NAMESPACE;
+  const hn::FixedTag<float, 4> d;
+  const hn::RebindToUnsigned<decltype(d)> du;
+  const auto w00 = hn::Set(d, w.w00), w01 = hn::Set(d, w.w01), w10 = hn::Set(d, w.w10),
+             w11 = hn::Set(d, w.w11);
+  auto s1a = hn::Zero(d), s1b = hn::Zero(d), s2a = hn::Zero(d), s2b = hn::Zero(d);
   for (int v = 0; v < win; ++v) {
-    const E* r0 = rowOf(v);
-    const E* r1 = rowOf(v + 1);
-    sampleRow(r0, r1, w, win, s.row);
+    const float* p0 = s.jp + (long long)v * pst;
+    const float* p1 = p0 + pst;
     const float* I = s.I + (long long)v * ws;
     const float* Ix = s.Ix + (long long)v * ws;
     const float* Iy = s.Iy + (long long)v * ws;
     for (int c0 = 0; c0 < ws; c0 += 8) {
-#pragma omp simd
-      for (int l = 0; l < 8; ++l) {
-        const float e = s.row[c0 + l] - I[c0 + l];
+      for (int half = 0; half < 2; ++half) {
+        const int c = c0 + 4 * half;
+        const auto j = hn::Add(
+            hn::Add(hn::Add(hn::Mul(w00, hn::LoadU(d, p0 + c)), hn::Mul(w01, hn::LoadU(d, p0 + c + 1))),
+                    hn::Mul(w10, hn::LoadU(d, p1 + c))),
+            hn::Mul(w11, hn::LoadU(d, p1 + c + 1)));
+        const auto e = hn::And(hn::Sub(j, hn::Load(d, I + c)), hn::BitCast(d, hn::Load(du, s.mask + c)));
+        auto& acc1 = half ? s1b : s1a;
+        auto& acc2 = half ? s2b : s2a;
         if constexpr (Err) {
-          a1[l] = a1[l] + std::fabs(e);
+          acc1 = hn::Add(acc1, hn::Abs(e));
         } else {
-          a1[l] = a1[l] + e * Ix[c0 + l];
-          a2[l] = a2[l] + e * Iy[c0 + l];
+          acc1 = hn::Add(acc1, hn::Mul(e, hn::Load(d, Ix + c)));
+          acc2 = hn::Add(acc2, hn::Mul(e, hn::Load(d, Iy + c)));
         }
       }
     }
   }
+  hn::StoreU(s1a, d, a1);
+  hn::StoreU(s1b, d, a1 + 4);
+  hn::StoreU(s2a, d, a2);
+  hn::StoreU(s2b, d, a2 + 4);
+#else
+  for (int v = 0; v < win; ++v) {
+    const float* p0 = s.jp + (long long)v * pst;
+    const float* p1 = p0 + pst;
+    const float* I = s.I + (long long)v * ws;
+    const float* Ix = s.Ix + (long long)v * ws;
+    const float* Iy = s.Iy + (long long)v * ws;
+    for (int c0 = 0; c0 < ws; c0 += 8) {
+      for (int l = 0; l < 8; ++l) {
+        const int c = c0 + l;
+        const float j = ((w.w00 * p0[c] + w.w01 * p0[c + 1]) + w.w10 * p1[c]) + w.w11 * p1[c + 1];
+        float e = j - I[c];
+        uint32_t bits;
+        std::memcpy(&bits, &e, 4);
+        bits &= s.mask[c];
+        std::memcpy(&e, &bits, 4);
+        if constexpr (Err) {
+          a1[l] = a1[l] + std::fabs(e);
+        } else {
+          a1[l] = a1[l] + e * Ix[c];
+          a2[l] = a2[l] + e * Iy[c];
+        }
+      }
+    }
+  }
+#endif
   b1 = combine8(a1);
   b2 = Err ? 0.0f : combine8(a2);
-}
-
-// Mismatch sums of the next image at point (px, py) of level lv: straight
-// from the image rows when the cells are inside, else from a mirrored patch.
-template <bool Err, class T>
-inline void mismatchAt(const Level<T>& lv, float px, float py, const Slice& s, int win, float& b1,
-                       float& b2) {
-  const int h = (win - 1) / 2;
-  const Weights w = weightsAt(px, py);
-  const int x0 = w.ix - h, y0 = w.iy - h;
-  if (x0 >= 0 && y0 >= 0 && x0 + win + 1 <= lv.W && y0 + win + 1 <= lv.H) {
-    mismatch<Err, T>([&](int v) { return lv.row(y0 + v) + x0; }, w, s, win, b1, b2);
-  } else {
-    lv.patch(x0, y0, win + 1, s.patch);
-    mismatch<Err, float>([&](int v) { return s.patch + (long long)v * (win + 1); }, w, s, win, b1, b2);
-  }
 }
 
 // Window arrays I, Ix, Iy of the previous image at (px, py).
@@ -240,7 +284,7 @@ void windowArrays(const Level<T>& lv, float px, float py, const Slice& s, int wi
   const int h = (win - 1) / 2, ws = windowStride(win), g = win + 1, p = win + 3;
   const Weights w = weightsAt(px, py);
   const int x0 = w.ix - h, y0 = w.iy - h;  // cell (0, 0)
-  lv.patch(x0 - 1, y0 - 1, p, s.patch);
+  lv.patch(x0 - 1, y0 - 1, p, p, s.patch);
   for (int v = 0; v < g; ++v) {
     const float* up = s.patch + (long long)v * p;  // patch row of cell row v - 1
     const float* mid = up + p;
@@ -406,8 +450,12 @@ KvpStatus flowTrack(const KvpiPyramid* pPyr1, const KvpiPyramid* pPyr2, const Kv
       numFeat, threaded,
       [&](int i0, int count, int t) {
         const Slice s = sliceAt(scratch + (long long)t * st->sliceBytes, winSize);
-        // The sampled row's padding columns stay zero (e = 0 there).
-        for (int c = winSize; c < windowStride(winSize); ++c) s.row[c] = 0.0f;
+        // Patch columns past the window's reach hold zeros; the mask keeps
+        // the window's columns.
+        const int ws = windowStride(winSize), pst = patchStride(winSize);
+        for (int v = 0; v <= winSize; ++v)
+          for (int c = winSize + 1; c < pst; ++c) s.jp[(long long)v * pst + c] = 0.0f;
+        for (int c = 0; c < ws; ++c) s.mask[c] = c < winSize ? 0xffffffffu : 0u;
         for (int i = i0; i < i0 + count; ++i) {
           const KvpiPoint_32f p0 = pPrev[i];
           KvpiPoint_32f g = pNext[i];
