@@ -892,11 +892,136 @@ KVP_API KvpStatus kvpiFilterGaussGetBufferSize_32f_C3R(KvpiSize roiSize, int ker
  * Pyramid layers
  * ====================================================================== */
 
+/** Geometry of an image pyramid and the caller's level images: level i has size pRoi[i], scale pRate[i] = rate^i relative to level 0, first ROI pixel pImage[i] (any element type, cast) and row step pStep[i]; the arrays hold level + 1 entries; pState is the caller's. */
+typedef struct KvpiPyramid {
+  Kvp8u** pImage;
+  int* pStep;
+  KvpiSize* pRoi;
+  Kvp64f* pRate;
+  int level;
+  void* pState;
+} KvpiPyramid;
+
+typedef struct KvpiPyramidDownState_8u KvpiPyramidDownState_8u;
+typedef struct KvpiPyramidDownState_16u KvpiPyramidDownState_16u;
+typedef struct KvpiPyramidDownState_32f KvpiPyramidDownState_32f;
+typedef struct KvpiPyramidUpState_8u KvpiPyramidUpState_8u;
+typedef struct KvpiPyramidUpState_16u KvpiPyramidUpState_16u;
+typedef struct KvpiPyramidUpState_32f KvpiPyramidUpState_32f;
+
+/** A pyramid record with level + 1 levels from roiSize at the given rate (1 < rate <= 10) in one block; images and steps are left null/0 for the caller. */
+KVP_API KvpStatus kvpiPyramidInitAlloc(KvpiPyramid** ppPyr, int level, KvpiSize roiSize, Kvp32f rate);
+/** Releases a record from kvpiPyramidInitAlloc (not the level images). */
+KVP_API KvpStatus kvpiPyramidFree(KvpiPyramid* pPyr);
+/** Size of the next smaller level: floor((src - 1) / rate) + 1 per direction, exact. */
+KVP_API KvpStatus kvpiGetPyramidDownROI(KvpiSize srcRoi, KvpiSize* pDstRoi, Kvp32f rate);
+/** The range of larger level sizes whose down size is srcRoi: ceil((src - 1) * rate) + 1 .. ceil(src * rate) per direction. */
+KVP_API KvpStatus kvpiGetPyramidUpROI(KvpiSize srcRoi, KvpiSize* pDstRoiMin, KvpiSize* pDstRoiMax, Kvp32f rate);
+/** Work-buffer bytes of kvpiPyramidLayerDown for sources up to srcRoi at the current thread count. */
+KVP_API KvpStatus kvpiPyramidLayerDownGetBufSize(KvpiSize srcRoi, Kvp32f rate, int kerSize, KvpDataType dataType, int channels, int* pBufSize);
+/** Work-buffer bytes of kvpiPyramidLayerUp for sources up to srcRoi at the current thread count. */
+KVP_API KvpStatus kvpiPyramidLayerUpGetBufSize(KvpiSize srcRoi, Kvp32f rate, int kerSize, KvpDataType dataType, int channels, int* pBufSize);
+/** A down layer state for sources up to srcRoi: odd kernel of kerSize taps (integer taps summing to T >= 1 for integer data, divisor T^2; float taps normalised by their sum), mode kvpInterLinear. */
+KVP_API KvpStatus kvpiPyramidLayerDownInitAlloc_8u_C1R(KvpiPyramidDownState_8u** ppState, KvpiSize srcRoi, Kvp32f rate, const Kvp16s* pKernel, int kerSize, int mode);
+/** Releases a down layer state. */
+KVP_API KvpStatus kvpiPyramidLayerDownFree_8u_C1R(KvpiPyramidDownState_8u* pState);
+/** A down layer state for sources up to srcRoi: odd kernel of kerSize taps (integer taps summing to T >= 1 for integer data, divisor T^2; float taps normalised by their sum), mode kvpInterLinear. */
+KVP_API KvpStatus kvpiPyramidLayerDownInitAlloc_8u_C3R(KvpiPyramidDownState_8u** ppState, KvpiSize srcRoi, Kvp32f rate, const Kvp16s* pKernel, int kerSize, int mode);
+/** Releases a down layer state. */
+KVP_API KvpStatus kvpiPyramidLayerDownFree_8u_C3R(KvpiPyramidDownState_8u* pState);
+/** A down layer state for sources up to srcRoi: odd kernel of kerSize taps (integer taps summing to T >= 1 for integer data, divisor T^2; float taps normalised by their sum), mode kvpInterLinear. */
+KVP_API KvpStatus kvpiPyramidLayerDownInitAlloc_16u_C1R(KvpiPyramidDownState_16u** ppState, KvpiSize srcRoi, Kvp32f rate, const Kvp16s* pKernel, int kerSize, int mode);
+/** Releases a down layer state. */
+KVP_API KvpStatus kvpiPyramidLayerDownFree_16u_C1R(KvpiPyramidDownState_16u* pState);
+/** A down layer state for sources up to srcRoi: odd kernel of kerSize taps (integer taps summing to T >= 1 for integer data, divisor T^2; float taps normalised by their sum), mode kvpInterLinear. */
+KVP_API KvpStatus kvpiPyramidLayerDownInitAlloc_16u_C3R(KvpiPyramidDownState_16u** ppState, KvpiSize srcRoi, Kvp32f rate, const Kvp16s* pKernel, int kerSize, int mode);
+/** Releases a down layer state. */
+KVP_API KvpStatus kvpiPyramidLayerDownFree_16u_C3R(KvpiPyramidDownState_16u* pState);
+/** A down layer state for sources up to srcRoi: odd kernel of kerSize taps (integer taps summing to T >= 1 for integer data, divisor T^2; float taps normalised by their sum), mode kvpInterLinear. */
+KVP_API KvpStatus kvpiPyramidLayerDownInitAlloc_32f_C1R(KvpiPyramidDownState_32f** ppState, KvpiSize srcRoi, Kvp32f rate, const Kvp32f* pKernel, int kerSize, int mode);
+/** Releases a down layer state. */
+KVP_API KvpStatus kvpiPyramidLayerDownFree_32f_C1R(KvpiPyramidDownState_32f* pState);
+/** A down layer state for sources up to srcRoi: odd kernel of kerSize taps (integer taps summing to T >= 1 for integer data, divisor T^2; float taps normalised by their sum), mode kvpInterLinear. */
+KVP_API KvpStatus kvpiPyramidLayerDownInitAlloc_32f_C3R(KvpiPyramidDownState_32f** ppState, KvpiSize srcRoi, Kvp32f rate, const Kvp32f* pKernel, int kerSize, int mode);
+/** Releases a down layer state. */
+KVP_API KvpStatus kvpiPyramidLayerDownFree_32f_C3R(KvpiPyramidDownState_32f* pState);
+/** A up layer state for sources up to srcRoi (the source is the small image): odd kernel of kerSize taps (integer taps summing to T >= 1 for integer data, divisor T^2; float taps normalised by their sum), mode kvpInterLinear. */
+KVP_API KvpStatus kvpiPyramidLayerUpInitAlloc_8u_C1R(KvpiPyramidUpState_8u** ppState, KvpiSize srcRoi, Kvp32f rate, const Kvp16s* pKernel, int kerSize, int mode);
+/** Releases a up layer state. */
+KVP_API KvpStatus kvpiPyramidLayerUpFree_8u_C1R(KvpiPyramidUpState_8u* pState);
+/** A up layer state for sources up to srcRoi (the source is the small image): odd kernel of kerSize taps (integer taps summing to T >= 1 for integer data, divisor T^2; float taps normalised by their sum), mode kvpInterLinear. */
+KVP_API KvpStatus kvpiPyramidLayerUpInitAlloc_8u_C3R(KvpiPyramidUpState_8u** ppState, KvpiSize srcRoi, Kvp32f rate, const Kvp16s* pKernel, int kerSize, int mode);
+/** Releases a up layer state. */
+KVP_API KvpStatus kvpiPyramidLayerUpFree_8u_C3R(KvpiPyramidUpState_8u* pState);
+/** A up layer state for sources up to srcRoi (the source is the small image): odd kernel of kerSize taps (integer taps summing to T >= 1 for integer data, divisor T^2; float taps normalised by their sum), mode kvpInterLinear. */
+KVP_API KvpStatus kvpiPyramidLayerUpInitAlloc_16u_C1R(KvpiPyramidUpState_16u** ppState, KvpiSize srcRoi, Kvp32f rate, const Kvp16s* pKernel, int kerSize, int mode);
+/** Releases a up layer state. */
+KVP_API KvpStatus kvpiPyramidLayerUpFree_16u_C1R(KvpiPyramidUpState_16u* pState);
+/** A up layer state for sources up to srcRoi (the source is the small image): odd kernel of kerSize taps (integer taps summing to T >= 1 for integer data, divisor T^2; float taps normalised by their sum), mode kvpInterLinear. */
+KVP_API KvpStatus kvpiPyramidLayerUpInitAlloc_16u_C3R(KvpiPyramidUpState_16u** ppState, KvpiSize srcRoi, Kvp32f rate, const Kvp16s* pKernel, int kerSize, int mode);
+/** Releases a up layer state. */
+KVP_API KvpStatus kvpiPyramidLayerUpFree_16u_C3R(KvpiPyramidUpState_16u* pState);
+/** A up layer state for sources up to srcRoi (the source is the small image): odd kernel of kerSize taps (integer taps summing to T >= 1 for integer data, divisor T^2; float taps normalised by their sum), mode kvpInterLinear. */
+KVP_API KvpStatus kvpiPyramidLayerUpInitAlloc_32f_C1R(KvpiPyramidUpState_32f** ppState, KvpiSize srcRoi, Kvp32f rate, const Kvp32f* pKernel, int kerSize, int mode);
+/** Releases a up layer state. */
+KVP_API KvpStatus kvpiPyramidLayerUpFree_32f_C1R(KvpiPyramidUpState_32f* pState);
+/** A up layer state for sources up to srcRoi (the source is the small image): odd kernel of kerSize taps (integer taps summing to T >= 1 for integer data, divisor T^2; float taps normalised by their sum), mode kvpInterLinear. */
+KVP_API KvpStatus kvpiPyramidLayerUpInitAlloc_32f_C3R(KvpiPyramidUpState_32f** ppState, KvpiSize srcRoi, Kvp32f rate, const Kvp32f* pKernel, int kerSize, int mode);
+/** Releases a up layer state. */
+KVP_API KvpStatus kvpiPyramidLayerUpFree_32f_C3R(KvpiPyramidUpState_32f* pState);
+/** The next smaller level: separable smoothing (replicated border, vertical pass first), sampled at (x * rate, y * rate) with linear interpolation; dstRoiSize must be the down size of srcRoiSize. */
+KVP_API KvpStatus kvpiPyramidLayerDown_8u_C1R(const Kvp8u* pSrc, int srcStep, KvpiSize srcRoiSize, Kvp8u* pDst, int dstStep, KvpiSize dstRoiSize, const KvpiPyramidDownState_8u* pState, Kvp8u* pBuffer);
+/** The next smaller level: separable smoothing (replicated border, vertical pass first), sampled at (x * rate, y * rate) with linear interpolation; dstRoiSize must be the down size of srcRoiSize. */
+KVP_API KvpStatus kvpiPyramidLayerDown_8u_C3R(const Kvp8u* pSrc, int srcStep, KvpiSize srcRoiSize, Kvp8u* pDst, int dstStep, KvpiSize dstRoiSize, const KvpiPyramidDownState_8u* pState, Kvp8u* pBuffer);
+/** The next smaller level: separable smoothing (replicated border, vertical pass first), sampled at (x * rate, y * rate) with linear interpolation; dstRoiSize must be the down size of srcRoiSize. */
+KVP_API KvpStatus kvpiPyramidLayerDown_16u_C1R(const Kvp16u* pSrc, int srcStep, KvpiSize srcRoiSize, Kvp16u* pDst, int dstStep, KvpiSize dstRoiSize, const KvpiPyramidDownState_16u* pState, Kvp8u* pBuffer);
+/** The next smaller level: separable smoothing (replicated border, vertical pass first), sampled at (x * rate, y * rate) with linear interpolation; dstRoiSize must be the down size of srcRoiSize. */
+KVP_API KvpStatus kvpiPyramidLayerDown_16u_C3R(const Kvp16u* pSrc, int srcStep, KvpiSize srcRoiSize, Kvp16u* pDst, int dstStep, KvpiSize dstRoiSize, const KvpiPyramidDownState_16u* pState, Kvp8u* pBuffer);
+/** The next smaller level: separable smoothing (replicated border, vertical pass first), sampled at (x * rate, y * rate) with linear interpolation; dstRoiSize must be the down size of srcRoiSize. */
+KVP_API KvpStatus kvpiPyramidLayerDown_32f_C1R(const Kvp32f* pSrc, int srcStep, KvpiSize srcRoiSize, Kvp32f* pDst, int dstStep, KvpiSize dstRoiSize, const KvpiPyramidDownState_32f* pState, Kvp8u* pBuffer);
+/** The next smaller level: separable smoothing (replicated border, vertical pass first), sampled at (x * rate, y * rate) with linear interpolation; dstRoiSize must be the down size of srcRoiSize. */
+KVP_API KvpStatus kvpiPyramidLayerDown_32f_C3R(const Kvp32f* pSrc, int srcStep, KvpiSize srcRoiSize, Kvp32f* pDst, int dstStep, KvpiSize dstRoiSize, const KvpiPyramidDownState_32f* pState, Kvp8u* pBuffer);
+/** A larger level: linear interpolation of the source at (X / rate, Y / rate), then separable smoothing (replicated border); dstRoiSize within the up range of srcRoiSize. */
+KVP_API KvpStatus kvpiPyramidLayerUp_8u_C1R(const Kvp8u* pSrc, int srcStep, KvpiSize srcRoiSize, Kvp8u* pDst, int dstStep, KvpiSize dstRoiSize, const KvpiPyramidUpState_8u* pState, Kvp8u* pBuffer);
+/** A larger level: linear interpolation of the source at (X / rate, Y / rate), then separable smoothing (replicated border); dstRoiSize within the up range of srcRoiSize. */
+KVP_API KvpStatus kvpiPyramidLayerUp_8u_C3R(const Kvp8u* pSrc, int srcStep, KvpiSize srcRoiSize, Kvp8u* pDst, int dstStep, KvpiSize dstRoiSize, const KvpiPyramidUpState_8u* pState, Kvp8u* pBuffer);
+/** A larger level: linear interpolation of the source at (X / rate, Y / rate), then separable smoothing (replicated border); dstRoiSize within the up range of srcRoiSize. */
+KVP_API KvpStatus kvpiPyramidLayerUp_16u_C1R(const Kvp16u* pSrc, int srcStep, KvpiSize srcRoiSize, Kvp16u* pDst, int dstStep, KvpiSize dstRoiSize, const KvpiPyramidUpState_16u* pState, Kvp8u* pBuffer);
+/** A larger level: linear interpolation of the source at (X / rate, Y / rate), then separable smoothing (replicated border); dstRoiSize within the up range of srcRoiSize. */
+KVP_API KvpStatus kvpiPyramidLayerUp_16u_C3R(const Kvp16u* pSrc, int srcStep, KvpiSize srcRoiSize, Kvp16u* pDst, int dstStep, KvpiSize dstRoiSize, const KvpiPyramidUpState_16u* pState, Kvp8u* pBuffer);
+/** A larger level: linear interpolation of the source at (X / rate, Y / rate), then separable smoothing (replicated border); dstRoiSize within the up range of srcRoiSize. */
+KVP_API KvpStatus kvpiPyramidLayerUp_32f_C1R(const Kvp32f* pSrc, int srcStep, KvpiSize srcRoiSize, Kvp32f* pDst, int dstStep, KvpiSize dstRoiSize, const KvpiPyramidUpState_32f* pState, Kvp8u* pBuffer);
+/** A larger level: linear interpolation of the source at (X / rate, Y / rate), then separable smoothing (replicated border); dstRoiSize within the up range of srcRoiSize. */
+KVP_API KvpStatus kvpiPyramidLayerUp_32f_C3R(const Kvp32f* pSrc, int srcStep, KvpiSize srcRoiSize, Kvp32f* pDst, int dstStep, KvpiSize dstRoiSize, const KvpiPyramidUpState_32f* pState, Kvp8u* pBuffer);
+
 /* (end of pyramid layers) */
 
 /* ======================================================================
  * Pyramidal optical flow
  * ====================================================================== */
+
+typedef struct KvpiOptFlowPyrLK_8u KvpiOptFlowPyrLK_8u;
+typedef struct KvpiOptFlowPyrLK_16u KvpiOptFlowPyrLK_16u;
+typedef struct KvpiOptFlowPyrLK_32f KvpiOptFlowPyrLK_32f;
+
+/** A tracking state for level-0 images up to roiSize and windows up to winSize (odd, >= 3), with scratch for the current thread count. */
+KVP_API KvpStatus kvpiOpticalFlowPyrLKInitAlloc_8u_C1R(KvpiOptFlowPyrLK_8u** ppState, KvpiSize roiSize, int winSize);
+/** Releases a tracking state. */
+KVP_API KvpStatus kvpiOpticalFlowPyrLKFree_8u_C1R(KvpiOptFlowPyrLK_8u* pState);
+/** A tracking state for level-0 images up to roiSize and windows up to winSize (odd, >= 3), with scratch for the current thread count. */
+KVP_API KvpStatus kvpiOpticalFlowPyrLKInitAlloc_16u_C1R(KvpiOptFlowPyrLK_16u** ppState, KvpiSize roiSize, int winSize);
+/** Releases a tracking state. */
+KVP_API KvpStatus kvpiOpticalFlowPyrLKFree_16u_C1R(KvpiOptFlowPyrLK_16u* pState);
+/** A tracking state for level-0 images up to roiSize and windows up to winSize (odd, >= 3), with scratch for the current thread count. */
+KVP_API KvpStatus kvpiOpticalFlowPyrLKInitAlloc_32f_C1R(KvpiOptFlowPyrLK_32f** ppState, KvpiSize roiSize, int winSize);
+/** Releases a tracking state. */
+KVP_API KvpStatus kvpiOpticalFlowPyrLKFree_32f_C1R(KvpiOptFlowPyrLK_32f* pState);
+/** Pyramidal Lucas-Kanade tracking of numFeat points from pyramid 1 to pyramid 2 over levels maxLev..0: pNext holds the initial guesses and receives the positions; status 1 tracked, 0 lost; pError (may be null) the mean absolute window difference, 0 when lost. */
+KVP_API KvpStatus kvpiOpticalFlowPyrLK_8u_C1R(const KvpiPyramid* pPyr1, const KvpiPyramid* pPyr2, const KvpiPoint_32f* pPrev, KvpiPoint_32f* pNext, Kvp8s* pStatus, Kvp32f* pError, int numFeat, int winSize, int maxLev, int maxIter, Kvp32f threshold, KvpiOptFlowPyrLK_8u* pState);
+/** Pyramidal Lucas-Kanade tracking of numFeat points from pyramid 1 to pyramid 2 over levels maxLev..0: pNext holds the initial guesses and receives the positions; status 1 tracked, 0 lost; pError (may be null) the mean absolute window difference, 0 when lost (rejection thresholds scaled by 256^2 and 256^4). */
+KVP_API KvpStatus kvpiOpticalFlowPyrLK_16u_C1R(const KvpiPyramid* pPyr1, const KvpiPyramid* pPyr2, const KvpiPoint_32f* pPrev, KvpiPoint_32f* pNext, Kvp8s* pStatus, Kvp32f* pError, int numFeat, int winSize, int maxLev, int maxIter, Kvp32f threshold, KvpiOptFlowPyrLK_16u* pState);
+/** Pyramidal Lucas-Kanade tracking of numFeat points from pyramid 1 to pyramid 2 over levels maxLev..0: pNext holds the initial guesses and receives the positions; status 1 tracked, 0 lost; pError (may be null) the mean absolute window difference, 0 when lost (32f data on the 0..255 scale). */
+KVP_API KvpStatus kvpiOpticalFlowPyrLK_32f_C1R(const KvpiPyramid* pPyr1, const KvpiPyramid* pPyr2, const KvpiPoint_32f* pPrev, KvpiPoint_32f* pNext, Kvp8s* pStatus, Kvp32f* pError, int numFeat, int winSize, int maxLev, int maxIter, Kvp32f threshold, KvpiOptFlowPyrLK_32f* pState);
 
 /* (end of optical flow) */
 

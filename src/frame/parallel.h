@@ -24,10 +24,12 @@ inline int clampTeam(int n) { return n < 1 ? 1 : (n > kMaxTeam ? kMaxTeam : n); 
 // Runs band(y0, rows, t) over the whole height: on the calling thread when
 // threaded is false (or one thread is allowed), else as row bands. Returns
 // the number of bands used (the team size), so callers can combine
-// per-thread partials 0..n-1.
+// per-thread partials 0..n-1. maxTeam caps the team (for work that owns a
+// fixed number of per-thread scratch slices).
 template <class Band>
-int forRowBands(int height, bool threaded, Band&& band) {
-  const int want = threaded ? clampTeam(ownGetNumThreads()) : 1;
+int forRowBands(int height, bool threaded, Band&& band, int maxTeam = kMaxTeam) {
+  int want = threaded ? clampTeam(ownGetNumThreads()) : 1;
+  if (want > maxTeam) want = clampTeam(maxTeam);
   if (want == 1) {
     band(0, height, 0);
     return 1;
