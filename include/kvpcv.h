@@ -718,6 +718,28 @@ KVP_API KvpStatus kvpiBoundSegments_16u_C1IR(Kvp16u* pMarker, int markerStep, Kv
  * Fast marching and inpainting
  * ====================================================================== */
 
+/** Inpainting state of one mask for one-channel images. */
+typedef struct KvpiInpaintState_8u_C1R KvpiInpaintState_8u_C1R;
+/** Inpainting state of one mask for three-channel images. */
+typedef struct KvpiInpaintState_8u_C3R KvpiInpaintState_8u_C3R;
+
+/** Work-buffer bytes of kvpiFastMarching_8u32f_C1R for roiSize (17 per pixel plus 1024). */
+KVP_API KvpStatus kvpiFastMarchingGetBufferSize_8u32f_C1R(KvpiSize roiSize, int* pBufSize);
+/** Arrival times from the known (zero) mask pixels, first-order upwind fast marching, limited to radius (+inf: no limit). */
+KVP_API KvpStatus kvpiFastMarching_8u32f_C1R(const Kvp8u* pMask, int maskStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, Kvp32f radius, Kvp8u* pBuffer);
+/** Builds the fill order and neighbourhood of a mask and its distance map for one-channel inpainting (flag 0). */
+KVP_API KvpStatus kvpiInpaintInitAlloc_8u_C1R(KvpiInpaintState_8u_C1R** ppState, const Kvp32f* pDist, int distStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp32f radius, int flag);
+/** Builds the fill order and neighbourhood of a mask and its distance map for three-channel inpainting (flag 0). */
+KVP_API KvpStatus kvpiInpaintInitAlloc_8u_C3R(KvpiInpaintState_8u_C3R** ppState, const Kvp32f* pDist, int distStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp32f radius, int flag);
+/** Releases a one-channel inpainting state. */
+KVP_API KvpStatus kvpiInpaintFree_8u_C1R(KvpiInpaintState_8u_C1R* pState);
+/** Releases a three-channel inpainting state. */
+KVP_API KvpStatus kvpiInpaintFree_8u_C3R(KvpiInpaintState_8u_C3R* pState);
+/** Copies pSrc to pDst and fills the masked pixels in ascending arrival time from the known pixels around them (in place allowed). */
+KVP_API KvpStatus kvpiInpaint_8u_C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, const KvpiInpaintState_8u_C1R* pState);
+/** Three-channel inpainting, every channel filled with the same weights (in place allowed). */
+KVP_API KvpStatus kvpiInpaint_8u_C3R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, const KvpiInpaintState_8u_C3R* pState);
+
 /* (end of inpainting) */
 
 /* ======================================================================
