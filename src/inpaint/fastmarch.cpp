@@ -2,15 +2,22 @@
 // mask pixels and moves at unit speed, first-order upwind over the four
 // axial neighbours, optionally stopped at a given distance.
 //
-// Tentative and final times live in the destination itself. The caller's
-// buffer holds a state byte per pixel (far, band, accepted), the band as a
-// binary heap of (time, index) entries ordered by time, then index (row,
-// then column), and the heap position of every band pixel for the
-// decrease-key step. The total order makes the march independent of the
-// heap's shape; the update arithmetic is double precision without
-// contraction, each candidate rounded to float.
+// Tentative and final times live in the destination itself. The band is a
+// two-level queue in the caller's buffer: buckets of width 1/8 in time, a
+// ring of 16 doubly linked lists threaded through two links per pixel (a
+// candidate never lies more than 1 above the time being accepted, so the
+// ring never wraps onto a live bucket), and for the bucket being drained a
+// run sorted once by (time, index) plus a small binary heap for the pixels
+// that join that bucket or decrease while it drains. Every list bucket lies
+// above the drained one, so the smaller of the run's next entry and the
+// heap's head is the band's minimum in the total order (T, row, column);
+// pixels of equal time come out of the run in raster order, which keeps
+// the neighbour accesses local. State bytes say where a pixel is (far, a
+// list, the run, the heap, accepted). The update arithmetic is double
+// precision without contraction, each candidate rounded to float.
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 #include "frame/alloc.h"
@@ -22,59 +29,172 @@
 namespace kvp::inp {
 namespace {
 
-enum : Kvp8u { kFar = 0, kBand = 1, kAccepted = 2 };
+enum : Kvp8u { kFar = 0, kList = 1, kSorted = 2, kHeap = 3, kAccepted = 4 };
 
-struct Entry {
-  float t;
-  int i;
-};
-inline bool before(const Entry& a, const Entry& b) { return a.t < b.t || (a.t == b.t && a.i < b.i); }
-
-// Binary min-heap with positions.
-struct Heap {
-  Entry* e;
-  int* pos;
-  int n = 0;
-
-  void place(int k, const Entry& v) {
-    e[k] = v;
-    pos[v.i] = k;
-  }
-  void up(int k, Entry v) {
-    while (k > 0) {
-      const int parent = (k - 1) >> 1;
-      if (!before(v, e[parent])) break;
-      place(k, e[parent]);
-      k = parent;
-    }
-    place(k, v);
-  }
-  void down(int k, Entry v) {
-    for (;;) {
-      int c = 2 * k + 1;
-      if (c >= n) break;
-      if (c + 1 < n && before(e[c + 1], e[c])) ++c;
-      if (!before(e[c], v)) break;
-      place(k, e[c]);
-      k = c;
-    }
-    place(k, v);
-  }
-  void push(int i, float t) { up(n++, Entry{t, i}); }
-  void lower(int i, float t) { up(pos[i], Entry{t, i}); }
-  Entry pop() {
-    const Entry top = e[0];
-    --n;
-    if (n > 0) down(0, e[n]);
-    return top;
-  }
-};
+constexpr int kSub = 8;
 
 struct Grid {
   Kvp32f* dst;
   int step;
   int w, h;
+  IndexSplit split;
   Kvp32f* row(int y) const { return rowAt(dst, step, y); }
+  float time(int i) const {
+    int x, y;
+    split(i, x, y);
+    return row(y)[x];
+  }
+};
+
+// The band. Buckets above the current one are doubly linked lists; the
+// current bucket is a run sorted once when it is reached (pixel indices in
+// the first half of the entry region) read by a cursor, beside a heap of
+// pixel indices (second half) for the pixels that join the current bucket
+// or decrease while it drains. A decreased pixel of the run leaves a stale
+// run entry behind (its state no longer says "sorted"). Keys are
+// (T, index), T read from the map.
+struct Band {
+  const Grid& g;
+  Kvp8u* state;
+  unsigned long long* keys;  // the whole region, for sorting a bucket
+  int* run;                  // first half: the sorted bucket
+  int* heap;                 // second half
+  int* next;                 // list links; the heap position of a heap pixel
+  int* prev;
+  int* head;  // 16 x kSub list heads
+  long long cur = 0;
+  int nRun = 0, at = 0, nHeap = 0;
+
+  static long long bucket(float t) { return (long long)std::floor((double)t * 8.0); }
+  bool less(int a, int b) const {
+    const float ta = g.time(a), tb = g.time(b);
+    return ta < tb || (ta == tb && a < b);
+  }
+
+  void place(int k, int i) {
+    heap[k] = i;
+    next[i] = k;
+  }
+  void up(int k, int i) {
+    while (k > 0) {
+      const int parent = (k - 1) >> 1;
+      if (!less(i, heap[parent])) break;
+      place(k, heap[parent]);
+      k = parent;
+    }
+    place(k, i);
+  }
+  void down(int k, int i) {
+    for (;;) {
+      int c = 2 * k + 1;
+      if (c >= nHeap) break;
+      if (c + 1 < nHeap && less(heap[c + 1], heap[c])) ++c;
+      if (!less(heap[c], i)) break;
+      place(k, heap[c]);
+      k = c;
+    }
+    place(k, i);
+  }
+  void push(int i) {
+    state[i] = kHeap;
+    up(nHeap++, i);
+  }
+  int popHeap() {
+    const int top = heap[0];
+    if (--nHeap > 0) down(0, heap[nHeap]);
+    return top;
+  }
+
+  // Each bucket is kSub lists (by the low bits of the index), so that a
+  // bucket is gathered along several independent chains at once.
+  static int slot(float t, int i) { return (int)(bucket(t) & 15) * kSub + (i & (kSub - 1)); }
+  void link(int i, float t) {
+    const int s = slot(t, i);
+    state[i] = kList;
+    next[i] = head[s];
+    prev[i] = -1;
+    if (head[s] >= 0) prev[head[s]] = i;
+    head[s] = i;
+  }
+  void unlink(int i, float t) {
+    const int s = slot(t, i);
+    if (prev[i] >= 0)
+      next[prev[i]] = next[i];
+    else
+      head[s] = next[i];
+    if (next[i] >= 0) prev[next[i]] = prev[i];
+  }
+
+  void insert(int i, float t) {
+    if (bucket(t) <= cur)
+      push(i);
+    else
+      link(i, t);
+  }
+  // The map already holds the new time t (below old).
+  void decrease(int i, float old, float t) {
+    if (state[i] == kHeap) {
+      up(next[i], i);
+    } else if (state[i] == kSorted) {
+      push(i);
+    } else if (bucket(t) != bucket(old)) {
+      unlink(i, old);
+      insert(i, t);
+    }
+  }
+
+  // Sorts the next non-empty bucket into the run; false when none is left.
+  // Keys are sorted as 64-bit integers: the bits of a non-negative float
+  // order like the float, the index fills the low half.
+  bool refill() {
+    for (int k = 1; k <= 16; ++k) {
+      int* h = head + (int)((cur + k) & 15) * kSub;
+      bool any = false;
+      for (int j = 0; j < kSub; ++j) any |= h[j] >= 0;
+      if (!any) continue;
+      cur += k;
+      int n = 0;
+      for (bool more = true; more;) {
+        more = false;
+        for (int j = 0; j < kSub; ++j) {
+          const int i = h[j];
+          if (i < 0) continue;
+          h[j] = next[i];
+          more = true;
+          const float t = g.time(i);
+          Kvp32u bits;
+          std::memcpy(&bits, &t, 4);
+          keys[n++] = (unsigned long long)bits << 32 | (Kvp32u)i;
+        }
+      }
+      std::sort(keys, keys + n);
+      for (int j = 0; j < n; ++j) {
+        const int i = (int)(Kvp32u)keys[j];
+        state[i] = kSorted;
+        std::memcpy(run + j, &i, sizeof i);  // the run reuses the keys' bytes
+      }
+      nRun = n;
+      at = 0;
+      return true;
+    }
+    return false;
+  }
+  // The band pixel with the smallest key; false when the band is empty.
+  bool pop(int& i) {
+    for (;;) {
+      while (at < nRun && state[run[at]] != kSorted) ++at;
+      const bool haveRun = at < nRun;
+      if (!haveRun && nHeap == 0) {
+        if (!refill()) return false;
+        continue;
+      }
+      if (haveRun && (nHeap == 0 || less(run[at], heap[0])))
+        i = run[at++];
+      else
+        i = popHeap();
+      return true;
+    }
+  }
 };
 
 // Candidate time of the unknown pixel (x, y) from its accepted neighbours.
@@ -106,7 +226,7 @@ KvpStatus fastMarching(const Kvp8u* mask, int maskStep, Kvp32f* dst, int dstStep
   const long long area = (long long)w * h;
   const MarchBuffer mb(buffer, roi);
   Kvp8u* state = mb.state;
-  const Grid g{dst, dstStep, w, h};
+  const Grid g{dst, dstStep, w, h, IndexSplit(w)};
   const bool threaded = area >= (long long)ownGetNumThreads() * 32768;
   constexpr float inf = std::numeric_limits<float>::infinity();
   forRowBands(h, threaded, [&](int y0, int rows, int) {
@@ -121,7 +241,10 @@ KvpStatus fastMarching(const Kvp8u* mask, int maskStep, Kvp32f* dst, int dstStep
       }
     }
   });
-  Heap heap{static_cast<Entry*>(mb.entriesRaw), mb.links};
+  auto* keys = static_cast<unsigned long long*>(mb.entriesRaw);
+  int* half = static_cast<int*>(mb.entriesRaw);
+  Band band{g, state, keys, half, half + area, mb.links, mb.links + area, mb.heads};
+  std::fill(mb.heads, mb.heads + 16 * kSub, -1);
   // The band starts with every unknown pixel next to a known one.
   for (int y = 0; y < h; ++y) {
     const Kvp8u* s = state + (long long)y * w;
@@ -132,11 +255,9 @@ KvpStatus fastMarching(const Kvp8u* mask, int maskStep, Kvp32f* dst, int dstStep
                            (y > 0 && s[x - w] == kAccepted) || (y + 1 < h && s[x + w] == kAccepted);
       if (!touches) continue;
       d[x] = candidate(g, state, x, y);
-      state[(long long)y * w + x] = kBand;
-      heap.push(y * w + x, d[x]);
+      band.insert(y * w + x, d[x]);
     }
   }
-  const IndexSplit split(w);
   auto relax = [&](int x, int y) {
     const int i = y * w + x;
     if (state[i] == kAccepted) return;
@@ -144,19 +265,19 @@ KvpStatus fastMarching(const Kvp8u* mask, int maskStep, Kvp32f* dst, int dstStep
     float& cur = g.row(y)[x];
     if (state[i] == kFar) {
       cur = t;
-      state[i] = kBand;
-      heap.push(i, t);
+      band.insert(i, t);
     } else if (t < cur) {
+      const float old = cur;
       cur = t;
-      heap.lower(i, t);
+      band.decrease(i, old, t);
     }
   };
-  while (heap.n > 0) {
-    const Entry p = heap.pop();
-    if (p.t > radius) break;
-    state[p.i] = kAccepted;
+  int p;
+  while (band.pop(p)) {
     int x, y;
-    split(p.i, x, y);
+    g.split(p, x, y);
+    if (g.row(y)[x] > radius) break;
+    state[p] = kAccepted;
     if (y > 0) relax(x, y - 1);
     if (x > 0) relax(x - 1, y);
     if (x + 1 < w) relax(x + 1, y);
