@@ -1029,11 +1029,66 @@ KVP_API KvpStatus kvpiOpticalFlowPyrLK_32f_C1R(const KvpiPyramid* pPyr1, const K
  * Watershed, gradient segmentation, marker labelling, segment bounds
  * ====================================================================== */
 
+/** Flooding flags of the watershed and gradient segmentations: a key rule, optionally OR-ed with one border rule. */
+typedef enum {
+  KVP_SEGMENT_QUEUE = 0x00,    /**< key of a queued pixel = its own level */
+  KVP_SEGMENT_DISTANCE = 0x01, /**< key = max(own level, key of the pixel it was reached from) */
+  KVP_SEGMENT_BORDER_4 = 0x40, /**< after flooding, set basin meeting pixels to the type's maximum (4-connected test) */
+  KVP_SEGMENT_BORDER_8 = 0x80  /**< the same with the 8-connected test */
+} KvpiSegmentFlag;
+
+/** Work-buffer bytes of kvpiSegmentWatershed_8u_C1IR for roiSize at the current thread count. */
+KVP_API KvpStatus kvpiSegmentWatershedGetBufferSize_8u_C1R(KvpiSize roiSize, int* pBufSize);
+/** Work-buffer bytes of kvpiSegmentWatershed_8u16u_C1IR for roiSize at the current thread count. */
+KVP_API KvpStatus kvpiSegmentWatershedGetBufferSize_8u16u_C1R(KvpiSize roiSize, int* pBufSize);
+/** Grows the positive 8-bit markers over the grey levels of pSrc (256-level FIFO priority flooding, fixed neighbour order), in place. */
+KVP_API KvpStatus kvpiSegmentWatershed_8u_C1IR(const Kvp8u* pSrc, int srcStep, Kvp8u* pMarker, int markerStep, KvpiSize roiSize, KvpiNorm norm, int flag, Kvp8u* pBuffer);
+/** Grows the positive 16-bit markers over the grey levels of pSrc, in place. */
+KVP_API KvpStatus kvpiSegmentWatershed_8u16u_C1IR(const Kvp8u* pSrc, int srcStep, Kvp16u* pMarker, int markerStep, KvpiSize roiSize, KvpiNorm norm, int flag, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiSegmentGradient_8u_C3IR for roiSize at the current thread count. */
+KVP_API KvpStatus kvpiSegmentGradientGetBufferSize_8u_C3R(KvpiSize roiSize, int* pBufSize);
+/** Grows the positive markers over a colour image, the priority being the largest channel step between neighbours, in place. */
+KVP_API KvpStatus kvpiSegmentGradient_8u_C3IR(const Kvp8u* pSrc, int srcStep, Kvp8u* pMarker, int markerStep, KvpiSize roiSize, KvpiNorm norm, int flag, Kvp8u* pBuffer);
+/** Work-buffer bytes of kvpiLabelMarkers_8u_C1IR for roiSize. */
+KVP_API KvpStatus kvpiLabelMarkersGetBufferSize_8u_C1R(KvpiSize roiSize, int* pBufSize);
+/** Work-buffer bytes of kvpiLabelMarkers_16u_C1IR for roiSize. */
+KVP_API KvpStatus kvpiLabelMarkersGetBufferSize_16u_C1R(KvpiSize roiSize, int* pBufSize);
+/** Numbers the connected non-zero components minLabel, minLabel + 1, ... in raster order of their first pixels (those beyond maxLabel become 0), in place. */
+KVP_API KvpStatus kvpiLabelMarkers_8u_C1IR(Kvp8u* pMarker, int markerStep, KvpiSize roiSize, int minLabel, int maxLabel, KvpiNorm norm, int* pNumber, Kvp8u* pBuffer);
+/** Numbers the connected non-zero components of a 16-bit image, in place. */
+KVP_API KvpStatus kvpiLabelMarkers_16u_C1IR(Kvp16u* pMarker, int markerStep, KvpiSize roiSize, int minLabel, int maxLabel, KvpiNorm norm, int* pNumber, Kvp8u* pBuffer);
+/** Sets to val every pixel with a neighbour of another label (label 0 included), in place; allocates row copies. */
+KVP_API KvpStatus kvpiBoundSegments_8u_C1IR(Kvp8u* pMarker, int markerStep, KvpiSize roiSize, Kvp8u val, KvpiNorm norm);
+/** Sets to val every pixel of a 16-bit label image with a neighbour of another label, in place; allocates row copies. */
+KVP_API KvpStatus kvpiBoundSegments_16u_C1IR(Kvp16u* pMarker, int markerStep, KvpiSize roiSize, Kvp16u val, KvpiNorm norm);
+
 /* (end of segmentation) */
 
 /* ======================================================================
  * Fast marching and inpainting
  * ====================================================================== */
+
+/** Inpainting state of one mask for one-channel images. */
+typedef struct KvpiInpaintState_8u_C1R KvpiInpaintState_8u_C1R;
+/** Inpainting state of one mask for three-channel images. */
+typedef struct KvpiInpaintState_8u_C3R KvpiInpaintState_8u_C3R;
+
+/** Work-buffer bytes of kvpiFastMarching_8u32f_C1R for roiSize (17 per pixel plus 1024). */
+KVP_API KvpStatus kvpiFastMarchingGetBufferSize_8u32f_C1R(KvpiSize roiSize, int* pBufSize);
+/** Arrival times from the known (zero) mask pixels, first-order upwind fast marching, limited to radius (+inf: no limit). */
+KVP_API KvpStatus kvpiFastMarching_8u32f_C1R(const Kvp8u* pMask, int maskStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, Kvp32f radius, Kvp8u* pBuffer);
+/** Builds the fill order and neighbourhood of a mask and its distance map for one-channel inpainting (flag 0). */
+KVP_API KvpStatus kvpiInpaintInitAlloc_8u_C1R(KvpiInpaintState_8u_C1R** ppState, const Kvp32f* pDist, int distStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp32f radius, int flag);
+/** Builds the fill order and neighbourhood of a mask and its distance map for three-channel inpainting (flag 0). */
+KVP_API KvpStatus kvpiInpaintInitAlloc_8u_C3R(KvpiInpaintState_8u_C3R** ppState, const Kvp32f* pDist, int distStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp32f radius, int flag);
+/** Releases a one-channel inpainting state. */
+KVP_API KvpStatus kvpiInpaintFree_8u_C1R(KvpiInpaintState_8u_C1R* pState);
+/** Releases a three-channel inpainting state. */
+KVP_API KvpStatus kvpiInpaintFree_8u_C3R(KvpiInpaintState_8u_C3R* pState);
+/** Copies pSrc to pDst and fills the masked pixels in ascending arrival time from the known pixels around them (in place allowed). */
+KVP_API KvpStatus kvpiInpaint_8u_C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, const KvpiInpaintState_8u_C1R* pState);
+/** Three-channel inpainting, every channel filled with the same weights (in place allowed). */
+KVP_API KvpStatus kvpiInpaint_8u_C3R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, const KvpiInpaintState_8u_C3R* pState);
 
 /* (end of inpainting) */
 
