@@ -1171,6 +1171,27 @@ KVP_API KvpStatus kvpiSampleLine_32f_C3R(const Kvp32f* pSrc, int srcStep, KvpiSi
  * Super-resolution support
  * ====================================================================== */
 
+/** Opaque table of 3x3 point-spread functions (taps in row order). */
+typedef struct KvpiSRHNSpec_PSF3x3 KvpiSRHNSpec_PSF3x3;
+/** Opaque table of 2x2 point-spread functions (taps in row order). */
+typedef struct KvpiSRHNSpec_PSF2x2 KvpiSRHNSpec_PSF2x2;
+/** Copies tabSize 3x3 PSFs into a new table object; kvpStsBadArg for a NaN or infinite tap. */
+KVP_API KvpStatus kvpiSRHNInitAlloc_PSF3x3(KvpiSRHNSpec_PSF3x3** ppPSF, const Kvp32f pcTab[][9], int tabSize);
+/** Copies tabSize 2x2 PSFs into a new table object; kvpStsBadArg for a NaN or infinite tap. */
+KVP_API KvpStatus kvpiSRHNInitAlloc_PSF2x2(KvpiSRHNSpec_PSF2x2** ppPSF, const Kvp32f pcTab[][4], int tabSize);
+/** Releases a 3x3 PSF table. */
+KVP_API KvpStatus kvpiSRHNFree_PSF3x3(KvpiSRHNSpec_PSF3x3* pPSF);
+/** Releases a 2x2 PSF table. */
+KVP_API KvpStatus kvpiSRHNFree_PSF2x2(KvpiSRHNSpec_PSF2x2* pPSF);
+/** pResidual[i] = pSrc[i] - (PSF pIndex[i] applied at (pX[i], pY[i]) of the estimate), taps summed in row order; every entry is range-checked first (kvpStsOutOfRange). */
+KVP_API KvpStatus kvpiSRHNCalcResidual_PSF3x3_8u32f_C1R(const Kvp8u* pSrc, const Kvp32f* pHiRes, int hiResStep, KvpiSize hiResSize, Kvp32f* pResidual, const int* pX, const int* pY, const unsigned int* pIndex, int len, const KvpiSRHNSpec_PSF3x3* pPSF);
+/** The 2x2 residual: pResidual[i] = pSrc[i] - the 2x2 PSF sum over the estimate at (pX[i], pY[i]). */
+KVP_API KvpStatus kvpiSRHNCalcResidual_PSF2x2_8u32f_C1R(const Kvp8u* pSrc, const Kvp32f* pHiRes, int hiResStep, KvpiSize hiResSize, Kvp32f* pResidual, const int* pX, const int* pY, const unsigned int* pIndex, int len, const KvpiSRHNSpec_PSF2x2* pPSF);
+/** Adds pWeight[i] times PSF pIndex[i] onto the gradient at (pX[i], pY[i]), entries strictly in order (accumulates; does not clear). */
+KVP_API KvpStatus kvpiSRHNUpdateGradient_PSF3x3_32f_C1R(Kvp32f* pGrad, int gradStep, KvpiSize gradSize, const int* pX, const int* pY, const unsigned int* pIndex, const Kvp32f* pWeight, int len, const KvpiSRHNSpec_PSF3x3* pPSF);
+/** The 2x2 gradient update: pWeight[i] times the 2x2 PSF added at (pX[i], pY[i]), entries in order. */
+KVP_API KvpStatus kvpiSRHNUpdateGradient_PSF2x2_32f_C1R(Kvp32f* pGrad, int gradStep, KvpiSize gradSize, const int* pX, const int* pY, const unsigned int* pIndex, const Kvp32f* pWeight, int len, const KvpiSRHNSpec_PSF2x2* pPSF);
+
 /* (end of super-resolution) */
 
 #ifdef __cplusplus
