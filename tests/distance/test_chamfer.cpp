@@ -1,61 +1,17 @@
-// Chamfer transforms against a plain pixel-by-pixel two-pass reference, and
-// the step-cost tables.
+// Chamfer transforms against the pixel-by-pixel two-pass reference of
+// distance_ref.h, and the step-cost tables.
 #include <cfloat>
 #include <cmath>
 #include <cstdlib>
 #include <functional>
 #include <limits>
 
+#include "distance_ref.h"
 #include "harness.h"
 
 namespace {
 
 using kvt::Plane;
-
-// ---- reference -----------------------------------------------------------------
-
-// Saturating sum for integer destinations, plain sum for float.
-template <class T, class M>
-T refAdd(T d, M m) {
-  if constexpr (std::is_floating_point_v<T>) {
-    return d + m;
-  } else {
-    const long long s = (long long)d + (long long)m;
-    const long long hi = std::numeric_limits<T>::max();
-    return (T)(s < 0 ? 0 : (s > hi ? hi : s));
-  }
-}
-
-// The two passes exactly as a pixel loop: the neighbour list, visited in
-// raster order, with every neighbour outside the image skipped.
-template <class T, class M>
-std::vector<T> referenceChamfer(const Plane<Kvp8u>& src, const M* m, bool five) {
-  const int w = src.width(), h = src.height();
-  const T far = std::is_floating_point_v<T> ? (T)FLT_MAX : std::numeric_limits<T>::max();
-  std::vector<T> d((size_t)w * h);
-  for (int y = 0; y < h; ++y)
-    for (int x = 0; x < w; ++x) d[(size_t)y * w + x] = src.at(x, y) ? far : (T)0;
-  struct Nb {
-    int dx, dy, cost;
-  };
-  std::vector<Nb> fwd = {{-1, 0, 0}, {0, -1, 0}, {-1, -1, 1}, {1, -1, 1}};
-  if (five) fwd.insert(fwd.end(), {{-2, -1, 2}, {2, -1, 2}, {-1, -2, 2}, {1, -2, 2}});
-  auto relax = [&](int x, int y, int sign) {
-    T v = d[(size_t)y * w + x];
-    for (const Nb& n : fwd) {
-      const int nx = x + sign * n.dx, ny = y + sign * n.dy;
-      if (nx < 0 || ny < 0 || nx >= w || ny >= h) continue;
-      const T c = refAdd<T>(d[(size_t)ny * w + nx], m[n.cost]);
-      if (c < v) v = c;
-    }
-    d[(size_t)y * w + x] = v;
-  };
-  for (int y = 0; y < h; ++y)
-    for (int x = 0; x < w; ++x) relax(x, y, 1);
-  for (int y = h - 1; y >= 0; --y)
-    for (int x = w - 1; x >= 0; --x) relax(x, y, -1);
-  return d;
-}
 
 // ---- a uniform view of the eight transforms -------------------------------------
 
@@ -69,9 +25,21 @@ struct ChamferCase {
   Chamfer<T, M> fn;
 };
 
+// The in-place members through the same shape: the source copied into the
+// destination first.
+template <class F>
+Chamfer<Kvp8u, int> inPlace(F f) {
+  return [f](const Kvp8u* s, int ss, Kvp8u* d, int ds, KvpiSize r, int* m) {
+    for (int y = 0; y < r.height; ++y) std::memcpy(d + (size_t)y * ds, s + (size_t)y * ss, (size_t)r.width);
+    return f(d, ds, r, m);
+  };
+}
+
 std::vector<ChamferCase<Kvp8u, int>> cases8u() {
   return {{"3x3_8u", false, kvpiDistanceTransform_3x3_8u_C1R},
-          {"5x5_8u", true, kvpiDistanceTransform_5x5_8u_C1R}};
+          {"5x5_8u", true, kvpiDistanceTransform_5x5_8u_C1R},
+          {"3x3_8u_C1IR", false, inPlace(kvpiDistanceTransform_3x3_8u_C1IR)},
+          {"5x5_8u_C1IR", true, inPlace(kvpiDistanceTransform_5x5_8u_C1IR)}};
 }
 std::vector<ChamferCase<Kvp16u, int>> cases16u() {
   return {{"3x3_8u16u", false, kvpiDistanceTransform_3x3_8u16u_C1R},
@@ -90,13 +58,14 @@ Plane<Kvp8u> randomSource(int w, int h, double density, kvt::Rng& rng) {
   return src;
 }
 
+// Compared as bytes: rows of an odd step are not element-aligned.
 template <class T>
 ::testing::AssertionResult sameAs(const Plane<T>& out, const std::vector<T>& expect) {
   for (int y = 0; y < out.height(); ++y)
     for (int x = 0; x < out.width(); ++x)
-      if (std::memcmp(&out.at(x, y), &expect[(size_t)y * out.width() + x], sizeof(T)) != 0)
-        return ::testing::AssertionFailure() << "at " << x << "," << y << ": " << +out.at(x, y)
-                                             << " expected " << +expect[(size_t)y * out.width() + x];
+      if (std::memcmp(reinterpret_cast<const uint8_t*>(out.row(y)) + x * sizeof(T),
+                      &expect[(size_t)y * out.width() + x], sizeof(T)) != 0)
+        return ::testing::AssertionFailure() << "at " << x << "," << y;
   return ::testing::AssertionSuccess();
 }
 
@@ -111,18 +80,22 @@ const std::vector<KvpiSize>& chamferSizes() {
 template <class T, class M>
 void runAgainstReference(const ChamferCase<T, M>& c, const std::vector<std::vector<M>>& metricSets) {
   kvt::Rng rng = kvt::makeRng(std::hash<std::string>{}(c.name));
+  int k = 0;
   for (KvpiSize sz : chamferSizes())
     for (double density : {0.0, 0.002, 0.05, 0.5})
       for (const auto& metrics : metricSets) {
         SCOPED_TRACE(std::string(c.name) + " " + kvt::describe(sz) + " density " + std::to_string(density) +
                      " metrics " + std::to_string(metrics[0]) + "," + std::to_string(metrics[1]));
         Plane<Kvp8u> src = randomSource(sz.width, sz.height, density, rng);
-        Plane<T> dst(sz.width, sz.height, 1, rng);
+        // Now and then a destination step that is not whole elements.
+        Plane<T> dst(sz.width, sz.height, 1, rng, ++k % 5 == 0 ? (int)sizeof(T) + 1 : -1);
         const auto before = dst.bytes();
         const auto srcBefore = src.bytes();
         std::vector<M> m = metrics;
         ASSERT_EQ(kvpStsOk, c.fn(src.roi(), src.step(), dst.roi(), dst.step(), sz, m.data()));
-        ASSERT_TRUE(sameAs(dst, referenceChamfer<T>(src, metrics.data(), c.five)));
+        std::vector<uint8_t> packed;
+        for (int y = 0; y < sz.height; ++y) packed.insert(packed.end(), src.row(y), src.row(y) + sz.width);
+        ASSERT_TRUE(sameAs(dst, dr::chamfer<T>(packed, sz.width, sz.height, metrics.data(), c.five)));
         ASSERT_TRUE(dst.sameOutsideRoi(before));
         ASSERT_TRUE(src.unchanged(srcBefore));
         ASSERT_EQ(metrics, m) << "the costs are read only";
@@ -170,83 +143,6 @@ TEST(Chamfer, SingleZeroPixelNorms) {
   }
 }
 
-// Distances past the largest destination value stop there.
-TEST(Chamfer, SaturatesAtTypeMaximum) {
-  kvt::Rng rng = kvt::makeRng(4);
-  Plane<Kvp8u> src(700, 3, 1, rng);
-  src.fill([] { return 1; });
-  src.at(0, 1) = 0;
-  int m[3] = {1, 1, 2};
-  Plane<Kvp8u> d8(700, 3, 1, rng);
-  ASSERT_EQ(kvpStsOk,
-            kvpiDistanceTransform_3x3_8u_C1R(src.roi(), src.step(), d8.roi(), d8.step(), src.size(), m));
-  for (int x = 0; x < 700; ++x) ASSERT_EQ(std::min(x, 255), d8.at(x, 1)) << x;
-  int big[3] = {300, 700, 1100};  // no path cheaper than axial steps
-  Plane<Kvp16u> d16(700, 3, 1, rng);
-  ASSERT_EQ(kvpStsOk, kvpiDistanceTransform_5x5_8u16u_C1R(src.roi(), src.step(), d16.roi(), d16.step(),
-                                                          src.size(), big));
-  for (int x = 0; x < 700; ++x) ASSERT_EQ(std::min(300 * x, 65535), d16.at(x, 1)) << x;
-  // No zero pixel: the largest value everywhere (and FLT_MAX in float).
-  Plane<Kvp8u> none(19, 7, 1, rng);
-  none.fill([] { return 200; });
-  float fm[3] = {1.f, 1.4f, 2.2f};
-  Plane<Kvp32f> df(19, 7, 1, rng);
-  ASSERT_EQ(kvpStsOk, kvpiDistanceTransform_5x5_8u32f_C1R(none.roi(), none.step(), df.roi(), df.step(),
-                                                          none.size(), fm));
-  ASSERT_EQ(kvpStsOk, kvpiDistanceTransform_3x3_8u_C1IR(none.roi(), none.step(), none.size(), m));
-  for (int y = 0; y < 7; ++y)
-    for (int x = 0; x < 19; ++x) {
-      ASSERT_EQ(255, none.at(x, y));
-      ASSERT_EQ(FLT_MAX, df.at(x, y));
-    }
-}
-
-TEST(Chamfer, InPlaceEqualsTwoPlanes) {
-  kvt::Rng rng = kvt::makeRng(5);
-  for (KvpiSize sz : chamferSizes())
-    for (bool five : {false, true}) {
-      Plane<Kvp8u> src = randomSource(sz.width, sz.height, 0.01, rng);
-      Plane<Kvp8u> two(sz.width, sz.height, 1, rng);
-      int m[3] = {2, 3, 4};
-      auto outOfPlace = five ? kvpiDistanceTransform_5x5_8u_C1R : kvpiDistanceTransform_3x3_8u_C1R;
-      auto inPlace = five ? kvpiDistanceTransform_5x5_8u_C1IR : kvpiDistanceTransform_3x3_8u_C1IR;
-      ASSERT_EQ(kvpStsOk, outOfPlace(src.roi(), src.step(), two.roi(), two.step(), sz, m));
-      const auto before = src.bytes();
-      ASSERT_EQ(kvpStsOk, inPlace(src.roi(), src.step(), sz, m));
-      ASSERT_TRUE(kvt::sameRoi(src, two)) << kvt::describe(sz) << " five " << five;
-      ASSERT_TRUE(src.sameOutsideRoi(before));
-    }
-}
-
-// Steps that are not whole elements are accepted and give the same result.
-TEST(Chamfer, UnalignedDestinationSteps) {
-  kvt::Rng rng = kvt::makeRng(6);
-  Plane<Kvp8u> src = randomSource(37, 11, 0.05, rng);
-  int m[3] = {5, 7, 11};
-  float fm[3] = {1.f, 1.4f, 2.1969f};
-  Plane<Kvp16u> d16(37, 11, 1, rng, 3);  // row step 77 bytes
-  Plane<Kvp32f> d32(37, 11, 1, rng, 2);  // row step 150 bytes
-  Plane<Kvp16u> a16(37, 11, 1, rng);
-  Plane<Kvp32f> a32(37, 11, 1, rng);
-  const auto b16 = d16.bytes();
-  const auto b32 = d32.bytes();
-  ASSERT_EQ(kvpStsOk,
-            kvpiDistanceTransform_5x5_8u16u_C1R(src.roi(), src.step(), d16.roi(), d16.step(), src.size(), m));
-  ASSERT_EQ(kvpStsOk,
-            kvpiDistanceTransform_5x5_8u16u_C1R(src.roi(), src.step(), a16.roi(), a16.step(), src.size(), m));
-  ASSERT_EQ(kvpStsOk, kvpiDistanceTransform_3x3_8u32f_C1R(src.roi(), src.step(), d32.roi(), d32.step(),
-                                                          src.size(), fm));
-  ASSERT_EQ(kvpStsOk, kvpiDistanceTransform_3x3_8u32f_C1R(src.roi(), src.step(), a32.roi(), a32.step(),
-                                                          src.size(), fm));
-  for (int y = 0; y < 11; ++y) {
-    // Rows of the odd-step planes are not element-aligned: compare bytes.
-    ASSERT_EQ(0, std::memcmp(d16.row(y), a16.row(y), 37 * 2)) << y;
-    ASSERT_EQ(0, std::memcmp(d32.row(y), a32.row(y), 37 * 4)) << y;
-  }
-  ASSERT_TRUE(d16.sameOutsideRoi(b16));
-  ASSERT_TRUE(d32.sameOutsideRoi(b32));
-}
-
 // Check order: pointers, size, steps, costs; nothing written on failure.
 TEST(Chamfer, CheckOrder) {
   kvt::Rng rng = kvt::makeRng(7);
@@ -287,33 +183,26 @@ TEST(Chamfer, CheckOrder) {
 // ---- step-cost tables -------------------------------------------------------------
 
 TEST(ChamferMask, Tables) {
-  struct Row {
-    int ker, norm;
-    std::vector<int> i;
-    std::vector<float> f;
-  };
-  const std::vector<Row> rows = {
-      {3, 0, {1, 1}, {1.0f, 1.0f}},          {3, 1, {1, 2}, {1.0f, 2.0f}},
-      {3, 2, {2, 3}, {0.955f, 1.3693f}},     {5, 0, {1, 1, 2}, {1.0f, 1.0f, 2.0f}},
-      {5, 1, {1, 2, 3}, {1.0f, 2.0f, 3.0f}}, {5, 2, {5, 7, 11}, {1.0f, 1.4f, 2.1969f}}};
-  for (const Row& r : rows) {
-    int i[4] = {-7, -7, -7, -7};
-    float f[4] = {-7, -7, -7, -7}, g[4] = {-7, -7, -7, -7};
-    ASSERT_EQ(kvpStsOk, kvpiGetDistanceTransformMask_32s(r.ker, r.norm, i));
-    ASSERT_EQ(kvpStsOk, kvpiGetDistanceTransformMask_32f(r.ker, r.norm, f));
-    ASSERT_EQ(kvpStsOk, kvpiGetDistanceTransformMask(10 * r.ker + r.norm, g));
-    const size_t n = r.i.size();
-    for (size_t k = 0; k < n; ++k) {
-      EXPECT_EQ(r.i[k], i[k]) << r.ker << r.norm;
-      EXPECT_EQ(r.f[k], f[k]) << r.ker << r.norm;
-      EXPECT_EQ(r.f[k], g[k]) << r.ker << r.norm;
+  for (int ker : {3, 5})
+    for (int norm : {0, 1, 2}) {
+      const dr::MaskRow& r = dr::maskRow(ker, norm);
+      int i[4] = {-7, -7, -7, -7};
+      float f[4] = {-7, -7, -7, -7}, g[4] = {-7, -7, -7, -7};
+      ASSERT_EQ(kvpStsOk, kvpiGetDistanceTransformMask_32s(ker, norm, i));
+      ASSERT_EQ(kvpStsOk, kvpiGetDistanceTransformMask_32f(ker, norm, f));
+      ASSERT_EQ(kvpStsOk, kvpiGetDistanceTransformMask(10 * ker + norm, g));
+      const int n = ker == 3 ? 2 : 3;
+      for (int k = 0; k < n; ++k) {
+        EXPECT_EQ(r.i[k], i[k]) << ker << norm;
+        EXPECT_EQ(r.f[k], f[k]) << ker << norm;
+        EXPECT_EQ(r.f[k], g[k]) << ker << norm;
+      }
+      for (int k = n; k < 4; ++k) {
+        EXPECT_EQ(-7, i[k]) << "wrote past the row";
+        EXPECT_EQ(-7.f, f[k]);
+        EXPECT_EQ(-7.f, g[k]);
+      }
     }
-    for (size_t k = n; k < 4; ++k) {
-      EXPECT_EQ(-7, i[k]) << "wrote past the row";
-      EXPECT_EQ(-7.f, f[k]);
-      EXPECT_EQ(-7.f, g[k]);
-    }
-  }
 }
 
 TEST(ChamferMask, CheckOrder) {

@@ -1,7 +1,5 @@
-// Hough lines: the size query, every check and its order, and the line lists
-// compared bit for bit with a plain reference that keeps the whole
-// accumulator (sparse, one map per angle), finds every peak and sorts them
-// stably by votes.
+// Hough lines: the size query, every check and its order, known answers, and
+// the line lists compared bit for bit with the reference of hough_ref.h.
 #include <dlfcn.h>
 #include <png.h>
 
@@ -13,6 +11,7 @@
 #include <vector>
 
 #include "harness.h"
+#include "hough_ref.h"
 
 namespace {
 
@@ -21,67 +20,18 @@ using kvt::Rng;
 
 constexpr float kDeg = 0.017453292f;  // pi / 180 as a float
 
-// ---- plain reference --------------------------------------------------------
-
-struct RefLine {
-  float rho, theta;
-};
-
 struct RefResult {
-  std::vector<RefLine> lines;
+  std::vector<hr::Line> lines;
 };
 
-// rhoLo / rhoHi: the distance window (infinite for the plain search).
+// The reference's lines; with a window, those of the range variant.
 RefResult reference(const Plane<Kvp8u>& img, KvpPointPolar d, int threshold, int maxLines,
-                    double rhoLo = -INFINITY, double rhoHi = INFINITY, bool windowed = false) {
-  const int w = img.width(), h = img.height();
-  const int numRho = (int)((float)(2 * (w + h) + 1) / d.rho);
-  const int numAngle = (int)((double)3.14159f / (double)d.theta) + 1;
-  const int off = (numRho - 1) / 2;
-  const double scale = (double)(1.f / d.rho) * 1024.0;
-  std::vector<long long> c(numAngle), s(numAngle);
-  float th = 0.f;
-  for (int i = 0; i < numAngle; ++i, th += d.theta) {
-    c[i] = (long long)(std::cos((double)th) * scale);
-    s[i] = (long long)(std::sin((double)th) * scale);
-  }
-  std::vector<std::map<long long, int>> acc(numAngle);
-  for (int y = 0; y < h; ++y)
-    for (int x = 0; x < w; ++x) {
-      if (!img.at(x, y)) continue;
-      for (int i = 0; i < numAngle; ++i) {
-        const long long v = x * c[i] + 512 + y * s[i];
-        // Arithmetic shift as floor division.
-        const long long idx = (v >= 0 ? v / 1024 : -((-v + 1023) / 1024)) + off;
-        if (windowed) {
-          if (idx < 0 || idx >= numRho) continue;
-          const double rho = (double)(idx - off) * (double)d.rho;
-          if (rho < rhoLo || rho > rhoHi) continue;
-        }
-        ++acc[i][idx];
-      }
-    }
-  auto votes = [&](int i, long long r) -> int {
-    if (i < 0 || i >= numAngle) return 0;
-    auto it = acc[i].find(r);
-    return it == acc[i].end() ? 0 : it->second;
-  };
-  struct Peak {
-    long long rho;
-    int angle, votes;
-  };
-  std::vector<Peak> peaks;
-  for (int i = 0; i < numAngle; ++i)
-    for (auto [r, v] : acc[i])
-      if (v > threshold && v > votes(i, r - 1) && v >= votes(i, r + 1) && v > votes(i - 1, r) &&
-          v >= votes(i + 1, r))
-        peaks.push_back({r, i, v});
-  std::stable_sort(peaks.begin(), peaks.end(),
-                   [](const Peak& a, const Peak& b) { return a.votes > b.votes; });
-  RefResult out;
-  for (int k = 0; k < (int)peaks.size() && k < maxLines; ++k)
-    out.lines.push_back({(float)(peaks[k].rho - off) * d.rho, (float)peaks[k].angle * d.theta});
-  return out;
+                    const KvpPointPolar* window = nullptr) {
+  long long lo = 0, hi = -1;
+  if (window) hr::rhoWindow(window[0].rho, window[1].rho, d, hr::geometryOf(img.size(), d), &lo, &hi);
+  return {hr::lines(
+      img.width(), img.height(), [&](int x, int y) { return img.at(x, y) != 0; }, d, threshold, maxLines,
+      window != nullptr, lo, hi)};
 }
 
 // ---- calling the library with a guarded buffer ------------------------------
@@ -346,74 +296,98 @@ TEST(HoughChecks, RegionRangeAfterSearchChecks) {
 
 // ---- stated behaviour -------------------------------------------------------
 
-TEST(HoughLines, NoEdgesNoLines) {
+// Known answers on drawn segments: the number of lines (-1: at least one)
+// and the first line, exact or within the given tolerances.
+TEST(HoughLines, KnownAnswers) {
+  struct Seg {
+    int x0, y0, x1, y1;
+  };
+  struct Row {
+    const char* what;
+    KvpiSize size;
+    std::vector<Seg> segs;
+    KvpPointPolar d;
+    int threshold, maxLines, count;
+    float rho, theta, tolRho, tolTheta;
+  };
+  const std::vector<Row> rows = {
+      {"no edges, no lines", {37, 21}, {}, {1.f, kDeg}, 1, 8, 0, 0, 0, 0, 0},
+      {"horizontal line near pi / 2",
+       {80, 60},
+       {{5, 33, 74, 33}},
+       {1.f, kDeg},
+       20,
+       3,
+       -1,
+       33.f,
+       1.5708f,
+       1.f,
+       2 * kDeg},
+      // x = 5 votes 20 at angle 0 (rho 5) and at 3.14159 (rho -5: cos just
+      // above -1); both peaks, the earlier angle first.
+      {"theta step bound gives two angles",
+       {20, 20},
+       {{5, 0, 5, 19}},
+       {1.f, 3.14159f},
+       1,
+       10,
+       2,
+       5.f,
+       0.f,
+       0,
+       0},
+      {"one line keeps the longer",
+       {100, 100},
+       {{10, 20, 60, 20}, {70, 5, 70, 95}},
+       {1.f, kDeg},
+       10,
+       1,
+       1,
+       70.f,
+       0.f,
+       0,
+       0},
+      {"one line keeps the longer",
+       {100, 100},
+       {{5, 20, 95, 20}, {70, 30, 70, 60}},
+       {1.f, kDeg},
+       10,
+       1,
+       1,
+       20.f,
+       1.5708f,
+       1.f,
+       kDeg},
+      // Adjacent vertical lines fill rho 3 and 4 equally at angle 0: only
+      // rho 3 is a peak there.
+      {"equal neighbours keep the smaller rho",
+       {10, 30},
+       {{3, 0, 3, 29}, {4, 0, 4, 29}},
+       {1.f, kDeg},
+       25,
+       50,
+       -1,
+       3.f,
+       0.f,
+       0,
+       0},
+  };
   Rng rng = kvt::makeRng(1);
-  const Plane<Kvp8u> img = blank(37, 21, rng);
-  const Search r = runSearch(img, {1.f, kDeg}, 1, 8);
-  EXPECT_EQ(r.status, kvpStsOk);
-  EXPECT_TRUE(r.lines.empty());
-}
-
-TEST(HoughLines, HorizontalLineNearHalfPi) {
-  Rng rng = kvt::makeRng(2);
-  Plane<Kvp8u> img = blank(80, 60, rng);
-  drawSegment(img, 5, 33, 74, 33);
-  const Search r = runSearch(img, {1.f, kDeg}, 20, 3);
-  ASSERT_EQ(r.status, kvpStsOk);
-  ASSERT_FALSE(r.lines.empty());
-  EXPECT_NEAR(r.lines[0].theta, 1.5708f, 2 * kDeg);
-  EXPECT_NEAR(r.lines[0].rho, 33.f, 1.f);
-}
-
-TEST(HoughLines, ThetaStepBoundGivesTwoAngles) {
-  // A vertical line x = 5 of 20 points votes 20 at angle 0 (rho 5) and 20 at
-  // the second angle 3.14159 (rho -5: cos is just above -1). Both are peaks,
-  // the earlier angle first.
-  Rng rng = kvt::makeRng(3);
-  Plane<Kvp8u> img = blank(20, 20, rng);
-  drawSegment(img, 5, 0, 5, 19);
-  const Search r = runSearch(img, {1.f, 3.14159f}, 1, 10);
-  ASSERT_EQ(r.status, kvpStsOk);
-  ASSERT_EQ(r.lines.size(), 2u);
-  EXPECT_EQ(r.lines[0].rho, 5.f);
-  EXPECT_EQ(r.lines[0].theta, 0.f);
-  EXPECT_EQ(r.lines[1].rho, -5.f);
-  EXPECT_EQ(r.lines[1].theta, 3.14159f);
-}
-
-TEST(HoughLines, OneLineKeepsTheLonger) {
-  Rng rng = kvt::makeRng(4);
-  Plane<Kvp8u> img = blank(100, 100, rng);
-  drawSegment(img, 10, 20, 60, 20);  // 51 points, horizontal
-  drawSegment(img, 70, 5, 70, 95);   // 91 points, vertical
-  const Search r = runSearch(img, {1.f, kDeg}, 10, 1);
-  ASSERT_EQ(r.status, kvpStsOk);
-  ASSERT_EQ(r.lines.size(), 1u);
-  EXPECT_EQ(r.lines[0].theta, 0.f);
-  EXPECT_EQ(r.lines[0].rho, 70.f);
-  // Swapped lengths: the horizontal one wins.
-  Plane<Kvp8u> img2 = blank(100, 100, rng);
-  drawSegment(img2, 5, 20, 95, 20);
-  drawSegment(img2, 70, 30, 70, 60);
-  const Search r2 = runSearch(img2, {1.f, kDeg}, 10, 1);
-  ASSERT_EQ(r2.lines.size(), 1u);
-  EXPECT_NEAR(r2.lines[0].theta, 1.5708f, kDeg);
-}
-
-TEST(HoughLines, EqualNeighboursKeepTheSmallerRhoAndEarlierAngle) {
-  // Two adjacent vertical lines of equal length: at angle 0 they fill rho 3
-  // and 4 equally, and only rho 3 is a peak there.
-  Rng rng = kvt::makeRng(5);
-  Plane<Kvp8u> img = blank(10, 30, rng);
-  drawSegment(img, 3, 0, 3, 29);
-  drawSegment(img, 4, 0, 4, 29);
-  const Search r = runSearch(img, {1.f, kDeg}, 25, 50);
-  ASSERT_EQ(r.status, kvpStsOk);
-  ASSERT_FALSE(r.lines.empty());
-  EXPECT_EQ(r.lines[0].theta, 0.f);
-  EXPECT_EQ(r.lines[0].rho, 3.f);
-  for (const auto& l : r.lines) EXPECT_FALSE(l.theta == 0.f && l.rho == 4.f);
-  EXPECT_TRUE(sameLines(r, reference(img, {1.f, kDeg}, 25, 50)));
+  for (const Row& r : rows) {
+    SCOPED_TRACE(r.what);
+    Plane<Kvp8u> img = blank(r.size.width, r.size.height, rng);
+    for (const Seg& g : r.segs) drawSegment(img, g.x0, g.y0, g.x1, g.y1);
+    const Search s = runSearch(img, r.d, r.threshold, r.maxLines);
+    ASSERT_EQ(s.status, kvpStsOk);
+    if (r.count >= 0) {
+      ASSERT_EQ(s.lines.size(), (size_t)r.count);
+    }
+    if (r.count == 0) continue;
+    ASSERT_FALSE(s.lines.empty());
+    EXPECT_NEAR(s.lines[0].rho, r.rho, r.tolRho);
+    EXPECT_NEAR(s.lines[0].theta, r.theta, r.tolTheta);
+    for (const auto& l : s.lines) EXPECT_FALSE(r.rho == 3.f && l.theta == 0.f && l.rho == 4.f);
+  }
 }
 
 // ---- against the reference ------------------------------------------------
@@ -544,7 +518,7 @@ TEST(HoughRegion, WindowsMatchReference) {
       if (trial % 3 == 1) hi = std::round(hi / dr) * dr;
       const KvpPointPolar win[2] = {{lo, 0.f}, {hi, 0.f}};
       const KvpPointPolar d{dr, 0.04f};
-      EXPECT_TRUE(sameLines(runSearch(img, d, 3, 25, win), reference(img, d, 3, 25, lo, hi, true)))
+      EXPECT_TRUE(sameLines(runSearch(img, d, 3, 25, win), reference(img, d, 3, 25, win)))
           << "dr " << dr << " window [" << lo << ", " << hi << "]";
     }
 }

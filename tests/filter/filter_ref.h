@@ -6,9 +6,16 @@
 #include <cfenv>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <vector>
 
 #include "kvpcv.h"
+
+// Marks the reference loops; the fuzz targets define it to keep them out of
+// the coverage feedback.
+#ifndef KVT_REF_LOOP
+#define KVT_REF_LOOP
+#endif
 
 namespace ref {
 
@@ -64,61 +71,58 @@ inline int16_t lowScale(int64_t sum, int divisor) {
 
 enum class Mode { Scaled, Low, Float };
 
+// One output element from the k samples under the taps (vals[j] under
+// kernel[j]). Float: the products added in tap order. Low: the 16-bit
+// wrapping sum scaled by the Q14 reciprocal. Scaled: the 32-bit sum times
+// 1/divisor in float, or (column pass, 3 and 5 taps) the products with
+// 1/divisor folded into the taps added in float; then clamped to [lo, hi]
+// and rounded half to even.
+template <class D, class S, class K>
+KVT_REF_LOOP D element(const K* kernel, const S* vals, int k, int divisor, Mode mode, bool foldTaps, float lo,
+                       float hi) {
+  if (mode == Mode::Float) {
+    float acc = 0;
+    for (int j = 0; j < k; ++j) {
+      const float prod = (float)kernel[j] * (float)vals[j];
+      acc = j == 0 ? prod : acc + prod;
+    }
+    return (D)acc;
+  }
+  int64_t sum = 0;
+  for (int j = 0; j < k; ++j) sum += (int64_t)kernel[j] * vals[j];
+  if (mode == Mode::Low) return (D)lowScale(sum, divisor);
+  const float recip = 1.0f / (float)divisor;
+  if (foldTaps) {
+    float acc = 0;
+    for (int j = 0; j < k; ++j) {
+      const float prod = (float)vals[j] * ((float)kernel[j] * recip);
+      acc = j == 0 ? prod : acc + prod;
+    }
+    return clampRound<D>(acc, lo, hi);
+  }
+  return clampRound<D>((float)(int32_t)(uint32_t)(uint64_t)sum * recip, lo, hi);
+}
+
 // One filtered row (width * ch outputs).
 template <class S, class D, class K>
-void row(const S* src, int w, int ch, const K* kernel, int k, int anchor, int type, const S* values,
-         int divisor, Mode mode, D* out) {
+KVT_REF_LOOP void row(const S* src, int w, int ch, const K* kernel, int k, int anchor, int type,
+                      const S* values, int divisor, Mode mode, D* out) {
+  std::vector<S> window((size_t)k);
   for (int x = 0; x < w; ++x)
     for (int c = 0; c < ch; ++c) {
-      if (mode == Mode::Float) {
-        float acc = 0;
-        for (int j = 0; j < k; ++j) {
-          const float prod = (float)kernel[j] * (float)extended(src, w, ch, type, values, x - anchor + j, c);
-          acc = j == 0 ? prod : acc + prod;
-        }
-        out[x * ch + c] = (D)acc;
-        continue;
-      }
-      int64_t sum = 0;
-      for (int j = 0; j < k; ++j)
-        sum += (int64_t)kernel[j] * extended(src, w, ch, type, values, x - anchor + j, c);
-      if (mode == Mode::Low)
-        out[x * ch + c] = (D)lowScale(sum, divisor);
-      else
-        out[x * ch + c] = clampRound<D>((float)(int32_t)(uint32_t)(uint64_t)sum * (1.0f / (float)divisor),
-                                        -32768.f, 32767.f);
+      for (int j = 0; j < k; ++j) window[j] = extended(src, w, ch, type, values, x - anchor + j, c);
+      out[x * ch + c] = element<D>(kernel, window.data(), k, divisor, mode, false, -32768.f, 32767.f);
     }
 }
 
 // One destination row of the column pass from rows[0..k-1].
 template <class S, class D, class K>
-void column(const S* const* rows, int elems, const K* kernel, int k, int divisor, Mode mode, float lo,
-            float hi, D* out) {
-  const float recip = 1.0f / (float)divisor;
+KVT_REF_LOOP void column(const S* const* rows, int elems, const K* kernel, int k, int divisor, Mode mode,
+                         float lo, float hi, D* out) {
+  std::vector<S> window((size_t)k);
   for (int e = 0; e < elems; ++e) {
-    if (mode == Mode::Float) {
-      float acc = 0;
-      for (int j = 0; j < k; ++j) {
-        const float prod = (float)kernel[j] * (float)rows[j][e];
-        acc = j == 0 ? prod : acc + prod;
-      }
-      out[e] = (D)acc;
-      continue;
-    }
-    int64_t sum = 0;
-    for (int j = 0; j < k; ++j) sum += (int64_t)kernel[j] * rows[j][e];
-    if (mode == Mode::Low) {
-      out[e] = (D)lowScale(sum, divisor);
-    } else if (k == 3 || k == 5) {
-      float acc = 0;
-      for (int j = 0; j < k; ++j) {
-        const float prod = (float)rows[j][e] * ((float)kernel[j] * recip);
-        acc = j == 0 ? prod : acc + prod;
-      }
-      out[e] = clampRound<D>(acc, lo, hi);
-    } else {
-      out[e] = clampRound<D>((float)(int32_t)(uint32_t)(uint64_t)sum * recip, lo, hi);
-    }
+    for (int j = 0; j < k; ++j) window[j] = rows[j][e];
+    out[e] = element<D>(kernel, window.data(), k, divisor, mode, k == 3 || k == 5, lo, hi);
   }
 }
 

@@ -19,26 +19,14 @@
 #include <vector>
 
 #include "fuzz_support.h"
+// After fuzz_support.h, which keeps the reference loops out of the coverage.
+#include "../distance/distance_ref.h"
 
 namespace {
 
 constexpr long long kMaxPlaneBytes = 1 << 20;
 
 // ---- step-cost queries ------------------------------------------------------------
-
-struct MaskRow {
-  int i[3];
-  float f[3];
-};
-
-// The table by (kerSize, norm); n = 2 for 3x3, 3 for 5x5.
-const MaskRow& maskRow(int kerSize, int norm) {
-  static const MaskRow rows[2][3] = {
-      {{{1, 1, 0}, {1.0f, 1.0f, 0}}, {{1, 2, 0}, {1.0f, 2.0f, 0}}, {{2, 3, 0}, {0.955f, 1.3693f, 0}}},
-      {{{1, 1, 2}, {1.0f, 1.0f, 2.0f}}, {{1, 2, 3}, {1.0f, 2.0f, 3.0f}}, {{5, 7, 11}, {1.0f, 1.4f, 2.1969f}}},
-  };
-  return rows[kerSize == 5][norm];
-}
 
 // kind 0: _32s, 1: _32f, 2: by mask type.
 void runMaskQuery(kvf::Reader& in, int kind) {
@@ -95,7 +83,7 @@ void runMaskQuery(kvf::Reader& in, int kind) {
     KVF_REQUIRE(out.unchanged(), "a failing query wrote");
     return;
   }
-  const MaskRow& row = maskRow(kerSize, norm);
+  const dr::MaskRow& row = dr::maskRow(kerSize, norm);
   const int n = kerSize == 3 ? 2 : 3;
   for (int i = 0; i < 3; ++i) {
     const uint8_t* got = out.roi() + 4 * i;
@@ -174,47 +162,6 @@ MetricOf<T> anyMetric(kvf::Reader& in) {
   }
 }
 
-// The pixel-by-pixel passes over a packed image. Integers saturate at 0 and
-// at the largest value; floats start from FLT_MAX and keep a candidate only
-// when it is smaller. (Left out of the fuzzer's coverage: its branches say
-// nothing about the library and would only slow the search.)
-struct Step {
-  int dx, dy, cost;  // cost: 0 axial, 1 diagonal, 2 knight
-};
-constexpr Step kForward[] = {{-1, 0, 0},  {0, -1, 0}, {-1, -1, 1}, {1, -1, 1},
-                             {-2, -1, 2}, {2, -1, 2}, {-1, -2, 2}, {1, -2, 2}};
-
-template <class T, bool Five>
-KVF_NO_COVERAGE std::vector<T> chamferReference(const std::vector<uint8_t>& src, int w, int h,
-                                                const MetricOf<T>* m) {
-  using Wide = std::conditional_t<std::is_same_v<T, Kvp32f>, float, long long>;
-  const Wide top = std::is_same_v<T, Kvp32f> ? (Wide)FLT_MAX : (Wide)std::numeric_limits<T>::max();
-  std::vector<Wide> d((size_t)w * h);
-  for (size_t i = 0; i < d.size(); ++i) d[i] = src[i] ? top : 0;
-  const Wide cost[3] = {(Wide)m[0], (Wide)m[1], Five ? (Wide)m[2] : 0};
-  const int nSteps = Five ? 8 : 4;
-  for (int pass = 0; pass < 2; ++pass) {
-    const int sign = pass == 0 ? 1 : -1;  // the backward pass mirrors the steps
-    for (int j = 0; j < h; ++j) {
-      const int y = pass == 0 ? j : h - 1 - j;
-      for (int i = 0; i < w; ++i) {
-        const int x = pass == 0 ? i : w - 1 - i;
-        Wide& v = d[(size_t)y * w + x];
-        for (int k = 0; k < nSteps; ++k) {
-          const int nx = x + sign * kForward[k].dx, ny = y + sign * kForward[k].dy;
-          if (nx < 0 || ny < 0 || nx >= w || ny >= h) continue;
-          Wide c = d[(size_t)ny * w + nx] + cost[kForward[k].cost];
-          if constexpr (!std::is_same_v<T, Kvp32f>) c = std::clamp<Wide>(c, 0, top);
-          if (c < v) v = c;
-        }
-      }
-    }
-  }
-  std::vector<T> out(d.size());
-  for (size_t i = 0; i < d.size(); ++i) out[i] = (T)d[i];
-  return out;
-}
-
 template <class T, bool Five, Layout L, ChamferFn<T, Five, L> Fn>
 void runChamfer(kvf::Reader& in) {
   constexpr bool inPlace = L == Layout::InPlace;
@@ -242,10 +189,10 @@ void runChamfer(kvf::Reader& in) {
   const bool usual = (how >> 11) & 1;
   if (usual && !std::is_same_v<T, Kvp32f>) {
     // A row of the usual table most of the time.
-    const MaskRow& row = maskRow(Five ? 5 : 3, in.intIn(0, 2));
+    const dr::MaskRow& row = dr::maskRow(Five ? 5 : 3, in.intIn(0, 2));
     for (int i = 0; i < 3; ++i) metrics[i] = (MetricOf<T>)row.i[i];
   } else if (usual) {
-    const MaskRow& row = maskRow(Five ? 5 : 3, in.intIn(0, 2));
+    const dr::MaskRow& row = dr::maskRow(Five ? 5 : 3, in.intIn(0, 2));
     for (int i = 0; i < 3; ++i) metrics[i] = (MetricOf<T>)row.f[i];
   } else {
     for (int i = 0; i < nMetrics; ++i) metrics[i] = anyMetric<T>(in);
@@ -316,7 +263,7 @@ void runChamfer(kvf::Reader& in) {
   const int W = (int)w, H = (int)h;
   std::vector<uint8_t> packed((size_t)W * H);
   for (int y = 0; y < H; ++y) std::memcpy(&packed[(size_t)y * W], src.armedRow(y), (size_t)W);
-  const std::vector<T> want = chamferReference<T, Five>(packed, W, H, metrics);
+  const std::vector<T> want = dr::chamfer<T>(packed, W, H, metrics, Five);
   for (int y = 0; y < H; ++y)
     for (int x = 0; x < W; ++x) {
       T got;
@@ -328,11 +275,6 @@ void runChamfer(kvf::Reader& in) {
 }
 
 // ---- exact transform ---------------------------------------------------------------------
-
-long long trueSlice(KvpiSize roi) {
-  const long long w4 = ((long long)roi.width + 3) / 4 * 4, h4 = ((long long)roi.height + 3) / 4 * 4;
-  return 24 * std::max(w4, h4) + 56;
-}
 
 int setThreads(kvf::Reader& in) {
   const int t = in.intIn(1, 4);
@@ -359,7 +301,7 @@ void runTrueQuery(kvf::Reader& in) {
     KVF_REQUIRE(out[1] == 0x5a5a5a5a, "a failing size query wrote");
     return;
   }
-  const long long size = trueSlice(roi) * t;
+  const long long size = dr::trueSlice(roi) * t;
   if (size <= 0x7fffffffLL) {
     KVF_REQUIRE(st == kvpStsOk && out[1] == (int)size,
                 "size query %d / %d, expected %lld (%d x %d, %d threads)", (int)st, out[1], size, roi.width,
@@ -369,38 +311,6 @@ void runTrueQuery(kvf::Reader& in) {
   // A size beyond 32 bits: what the query answers is not settled; it must
   // be a library status, and a failure writes nothing.
   if (st != kvpStsOk) KVF_REQUIRE(out[1] == 0x5a5a5a5a, "a failing size query wrote");
-}
-
-// Squared distances to the nearest zero pixel by rows of column distances;
-// -1 where the image has no zero pixel.
-KVF_NO_COVERAGE std::vector<long long> trueReference(const std::vector<uint8_t>& src, int w, int h) {
-  const long long none = (long long)1 << 60;
-  std::vector<long long> dy((size_t)w * h, none);
-  for (int x = 0; x < w; ++x) {
-    long long last = none;
-    for (int y = 0; y < h; ++y) {
-      if (src[(size_t)y * w + x] == 0) last = y;
-      if (last != none) dy[(size_t)y * w + x] = y - last;
-    }
-    last = none;
-    for (int y = h - 1; y >= 0; --y) {
-      if (src[(size_t)y * w + x] == 0) last = y;
-      if (last != none) dy[(size_t)y * w + x] = std::min(dy[(size_t)y * w + x], last - y);
-    }
-  }
-  std::vector<long long> d2((size_t)w * h, -1);
-  for (int y = 0; y < h; ++y)
-    for (int x = 0; x < w; ++x) {
-      long long best = -1;
-      for (int q = 0; q < w; ++q) {
-        const long long v = dy[(size_t)y * w + q];
-        if (v == none) continue;
-        const long long c = (long long)(x - q) * (x - q) + v * v;
-        if (best < 0 || c < best) best = c;
-      }
-      d2[(size_t)y * w + x] = best;
-    }
-  return d2;
 }
 
 // The distance of one pixel, directly over all zero pixels.
@@ -466,7 +376,7 @@ void runTrue(kvf::Reader& in) {
   if (expect == kvpStsOk) {
     KVF_REQUIRE(kvpiTrueDistanceTransformGetBufferSize_8u32f_C1R(roi, &bufBytes) == kvpStsOk,
                 "size query failed");
-    KVF_REQUIRE(bufBytes == trueSlice(roi) * threads, "size query %d for %d threads", bufBytes, threads);
+    KVF_REQUIRE(bufBytes == dr::trueSlice(roi) * threads, "size query %d for %d threads", bufBytes, threads);
   }
   const uint8_t bufHow = in.byte();
   kvf::GuardedPlane buf = expect == kvpStsOk
@@ -512,7 +422,7 @@ void runTrue(kvf::Reader& in) {
     return;
   }
   if ((long long)W * W * H <= (1 << 21)) {
-    const std::vector<long long> d2 = trueReference(packed, W, H);
+    const std::vector<long long> d2 = dr::squaredDistances(packed, W, H);
     for (int y = 0; y < H; ++y)
       for (int x = 0; x < W; ++x) requireDistance(got(x, y), d2[(size_t)y * W + x], x, y);
     return;

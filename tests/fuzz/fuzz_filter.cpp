@@ -16,6 +16,8 @@
 #include <vector>
 
 #include "fuzz_values.h"
+// After the fuzz headers, which keep the reference loops out of the coverage.
+#include "../filter/filter_ref.h"
 
 namespace {
 
@@ -180,59 +182,35 @@ void fillTaps(kvf::Reader& in, kvf::GuardedPlane& taps, int k, uint8_t mode) {
 // ---- the arithmetic of one output element ---------------------------------
 
 template <class D>
-constexpr double lowest() {
-  return (double)std::numeric_limits<D>::lowest();
+constexpr float lowest() {
+  return (float)std::numeric_limits<D>::lowest();
 }
 template <class D>
-constexpr double highest() {
-  return (double)std::numeric_limits<D>::max();
+constexpr float highest() {
+  return (float)std::numeric_limits<D>::max();
 }
 
-// Whether got is the result of the taps applied to vals. floatTaps: the
-// column route for 3 and 5 taps, which folds 1/divisor into the taps and
-// sums in float; its result may sit one step off only where the exact
-// quotient lies within the float error of a rounding boundary. Elements
-// whose integer sum leaves 32 bits are not judged (the width of the sum is
-// the library's).
+// Whether got is the reference's result of the taps applied to vals
+// (foldTaps: the column route for 3 and 5 taps). Left open: elements whose
+// integer sum leaves 32 bits (the width of the sum is the library's), and
+// the Q14 reciprocal of divisors of magnitude 32768, a tie between 0 and 1.
 template <class P>
 KVF_NO_COVERAGE bool elementOk(const typename P::Tap* taps, const typename P::Src* vals, int k, int divisor,
-                               bool floatTaps, typename P::Dst got) {
+                               bool foldTaps, typename P::Dst got) {
   using D = typename P::Dst;
+  constexpr ref::Mode mode = P::arith == Arith::Float ? ref::Mode::Float
+                             : P::arith == Arith::Low ? ref::Mode::Low
+                                                      : ref::Mode::Scaled;
+  const D want = ref::element<D>(taps, vals, k, divisor, mode, foldTaps, lowest<D>(), highest<D>());
   if constexpr (P::arith == Arith::Float) {
-    kvf::FloatSum s;
-    for (int j = 0; j < k; ++j) s.add(taps[j], vals[j]);
-    return s.matches(got);
+    return std::isnan(want) ? std::isnan(got) : std::memcmp(&want, &got, sizeof got) == 0;
   } else {
-    long long sum = 0, mag = 0;
-    for (int j = 0; j < k; ++j) {
-      sum += (long long)taps[j] * vals[j];
-      mag += std::llabs((long long)taps[j] * vals[j]);
-    }
-    if constexpr (P::arith == Arith::Low) {
-      // 16-bit wrapping sum; divisor 1 stores it, others scale by the Q14
-      // reciprocal round(16384 / divisor), which is a tie only for
-      // divisors of magnitude 32768: either neighbour is accepted there.
-      const int s = (int16_t)(uint16_t)(sum & 0xffff);
-      if (divisor == 1) return got == s;
-      const float f = 16384.0f / (float)divisor;
-      const float down = std::floor(f), up = std::ceil(f);
-      const bool tie = f - down == 0.5f;
-      for (float q : {std::nearbyint(f), tie ? down : std::nearbyint(f), tie ? up : std::nearbyint(f)}) {
-        const long v = ((long)s * (int)(int16_t)(int)q) >> 14;
-        if (got == (D)(v < -32768 ? -32768 : (v > 32767 ? 32767 : v))) return true;
-      }
-      return false;
-    } else if (floatTaps) {
-      const double exact = (double)sum / divisor;
-      const double err = (k + 3) * (double)FLT_EPSILON * ((double)mag / std::fabs((double)divisor)) + 1e-30;
-      const long lo = kvf::clampRoundEven(exact - err, lowest<D>(), highest<D>());
-      const long hi = kvf::clampRoundEven(exact + err, lowest<D>(), highest<D>());
-      return got >= lo && got <= hi;
-    } else {
-      if (sum < INT32_MIN || sum > INT32_MAX) return true;
-      const float v = (float)sum * (1.0f / (float)divisor);
-      return got == (D)kvf::clampRoundEven(v, lowest<D>(), highest<D>());
-    }
+    long long sum = 0;
+    for (int j = 0; j < k; ++j) sum += (long long)taps[j] * vals[j];
+    if (P::arith == Arith::Low && (divisor == 32768 || divisor == -32768))
+      return got == 0 || got == (D)(((int)(int16_t)(uint16_t)(sum & 0xffff) * (divisor > 0 ? 1 : -1)) >> 14);
+    if (P::arith == Arith::Scaled && !foldTaps && (sum < INT32_MIN || sum > INT32_MAX)) return true;
+    return got == want;
   }
 }
 
@@ -244,36 +222,6 @@ void printElement(const typename P::Tap* taps, const typename P::Src* vals, int 
 }
 
 // ---- row pass -------------------------------------------------------------
-
-// The source pixel at extended position p of a row of width w: its index,
-// kConstant for the border value, or kOpen where the border rules name no
-// pixel (a kernel reaching more than a row's width past either end).
-constexpr int kConstant = -1, kOpen = -2;
-KVF_NO_COVERAGE int borderSource(int p, int w, int type) {
-  if (p >= 0 && p < w) return p;
-  if (type == 0) return kConstant;
-  const bool left = p < 0;
-  const long long i = left ? -1LL - p : (long long)p - w;
-  long long q;
-  switch (type) {
-    case 1:
-      q = left ? 0 : w - 1;
-      break;
-    case 2:
-      q = left ? w - 1 - i : i;
-      break;
-    case 3:
-      if (w == 1)
-        q = left ? i : -i;  // as type 4 on a single pixel
-      else
-        q = left ? i + 1 : w - 2 - i;
-      break;
-    default:
-      q = left ? i : w - 1 - i;
-      break;
-  }
-  return q >= 0 && q < w ? (int)q : kOpen;
-}
 
 KvpStatus expectRow(unsigned nulls, KvpiSize roi, int k, int anchor, int step, int elem, int ch, int type,
                     bool hasDivisor, int divisor) {
@@ -317,16 +265,13 @@ KVF_NO_COVERAGE void checkRowResult(const kvf::GuardedPlane& src, const kvf::Gua
     const uint8_t* d = dst.row(rowOf[y]);
     for (int x = 0; x < roi.width; ++x)
       for (int c = 0; c < ch; ++c) {
-        bool open = false;
-        for (int j = 0; j < k && !open; ++j) {
-          const int q = borderSource(x - anchor + j, roi.width, type);
-          open = q == kOpen;
-          if (q == kConstant)
+        for (int j = 0; j < k; ++j) {
+          const int q = ref::borderPixel(x - anchor + j, roi.width, type);
+          if (q < 0)
             std::memcpy(&window[j], reinterpret_cast<const uint8_t*>(border) + c * sizeof(S), sizeof(S));
-          else if (q >= 0)
+          else
             window[j] = kvf::load<S>(s, (long long)q * ch + c);
         }
-        if (open) continue;
         const D got = kvf::load<D>(d, (long long)x * ch + c);
         const bool ok = elementOk<P>(taps, window.data(), k, divisor, false, got);
         if (!ok) printElement<P>(taps, window.data(), k, got);

@@ -23,6 +23,8 @@
 #include <vector>
 
 #include "fuzz_support.h"
+// After fuzz_support.h, which keeps the reference loops out of the coverage.
+#include "../segment/floodfill_ref.h"
 
 namespace {
 
@@ -65,260 +67,14 @@ int expectedGradBytes(KvpiSize roi) {
   return (int)(unsigned)((unsigned long long)m + (unsigned long long)(long long)expectedListBytes(roi));
 }
 
-// ---- a packed copy of the image and the references -----------------------------
+// ---- the references ------------------------------------------------------------
 
-template <class T, int CN>
-struct Pix {
-  int w, h;
-  std::vector<T> v;
-  T* at(int x, int y) { return &v[((size_t)y * w + x) * CN]; }
-  const T* at(int x, int y) const { return &v[((size_t)y * w + x) * CN]; }
-};
+using ffr::End;
+using ffr::Result;
 
-template <class T, int CN>
-bool same(const T* a, const T* b) {
-  for (int c = 0; c < CN; ++c)
-    if (!(a[c] == b[c])) return false;
-  return true;
-}
-template <class T, int CN>
-bool sameBits(const T* a, const T* b) {
-  return std::memcmp(a, b, sizeof(T) * CN) == 0;
-}
-
-struct Box {
-  int x0 = 0, y0 = 0, x1 = -1, y1 = -1;
-  void add(int x, int y) {
-    if (x1 < x0) {
-      x0 = x1 = x;
-      y0 = y1 = y;
-      return;
-    }
-    x0 = std::min(x0, x);
-    x1 = std::max(x1, x);
-    y0 = std::min(y0, y);
-    y1 = std::max(y1, y);
-  }
-  void addRun(int y, int l, int r) {
-    add(l, y);
-    add(r, y);
-  }
-  bool contains(const Box& o) const {
-    return o.x1 < o.x0 || (x0 <= o.x0 && y0 <= o.y0 && x1 >= o.x1 && y1 >= o.y1);
-  }
-};
-
-// Pixels reachable from the seed: a neighbour joins when join(neighbour,
-// pixel it is reached from) holds.
-template <class T, int CN, class Join>
-KVF_NO_COVERAGE std::vector<uint8_t> reach(const Pix<T, CN>& im, KvpiPoint seed, bool eight,
-                                           const Join& join) {
-  std::vector<uint8_t> in((size_t)im.w * im.h, 0);
-  std::vector<KvpiPoint> stack{seed};
-  in[(size_t)seed.y * im.w + seed.x] = 1;
-  while (!stack.empty()) {
-    const KvpiPoint p = stack.back();
-    stack.pop_back();
-    for (int dy = -1; dy <= 1; ++dy)
-      for (int dx = -1; dx <= 1; ++dx) {
-        if ((dx == 0 && dy == 0) || (!eight && dx != 0 && dy != 0)) continue;
-        const int x = p.x + dx, y = p.y + dy;
-        if (x < 0 || y < 0 || x >= im.w || y >= im.h || in[(size_t)y * im.w + x]) continue;
-        if (!join(im.at(x, y), im.at(p.x, p.y))) continue;
-        in[(size_t)y * im.w + x] = 1;
-        stack.push_back({x, y});
-      }
-  }
-  return in;
-}
-
-// Fixed-range bounds from the seed value.
-template <class T, int CN>
-struct Bounds {
-  T lo[CN], hi[CN];
-  bool ok(const T* p) const {
-    for (int c = 0; c < CN; ++c)
-      if (!(p[c] >= lo[c] && hi[c] >= p[c])) return false;
-    return true;
-  }
-};
-template <class T, int CN>
-Bounds<T, CN> boundsOf(const T* s, const T* mn, const T* mx) {
-  Bounds<T, CN> b;
-  for (int c = 0; c < CN; ++c) {
-    if constexpr (std::is_floating_point_v<T>) {
-      b.lo[c] = s[c] - mn[c];
-      b.hi[c] = s[c] + mx[c];
-    } else {
-      const long long top = sizeof(T) == 1 ? 255 : 65535;
-      b.lo[c] = (T)((long long)s[c] < (long long)mn[c] ? 0 : (long long)s[c] - mn[c]);
-      b.hi[c] = (T)std::min<long long>((long long)s[c] + mx[c], top);
-    }
-  }
-  return b;
-}
-
-// Floating-range fit: b - minDelta <= a <= b + maxDelta in every channel.
-template <class T, int CN>
-bool fitsPix(const T* a, const T* b, const T* mn, const T* mx) {
-  for (int c = 0; c < CN; ++c) {
-    if constexpr (std::is_floating_point_v<T>) {
-      if (!(b[c] - mn[c] <= a[c] && a[c] <= b[c] + mx[c])) return false;
-    } else {
-      const long long A = a[c], B = b[c];
-      if (A < B - (long long)mn[c] || A > B + (long long)mx[c]) return false;
-    }
-  }
-  return true;
-}
-
-// Step-by-step model of the fixed-range fill: seed run, then the segment
-// ring of (width x height) / 4 records (a plain stack below four pixels).
-// When the new value qualifies, repainted pixels are found again and the
-// walk may repeat a state of its list forever; the model stops at the
-// first repeat it sees (every state of the cycle has been walked by then,
-// so the image and the bounding box are final, only the area is not).
-struct Seg {
-  int y, l, r, pl, pr, dir;
-  bool operator==(const Seg& o) const {
-    return y == o.y && l == o.l && r == o.r && pl == o.pl && pr == o.pr && dir == o.dir;
-  }
-};
-enum class End { Done, Cycle, Capped };
-
-template <class T, int CN>
-KVF_NO_COVERAGE End modelRange(Pix<T, CN>& im, KvpiPoint seed, const T* nv, const Bounds<T, CN>& q,
-                               bool eight, double& area, Box& box) {
-  const int w = im.w, h = im.h;
-  auto paint = [&](int y, int l, int r) {
-    for (int x = l; x <= r; ++x) std::memcpy(im.at(x, y), nv, sizeof(T) * CN);
-  };
-  int L = seed.x, R = seed.x;
-  while (L > 0 && q.ok(im.at(L - 1, seed.y))) --L;
-  while (R < w - 1 && q.ok(im.at(R + 1, seed.y))) ++R;
-  paint(seed.y, L, R);
-  area = R - L + 1;
-  box.addRun(seed.y, L, R);
-  if (h == 1) return End::Done;
-
-  const int K = (w * h) / 4;
-  std::vector<Seg> ring((size_t)std::max(K, 1));
-  int idx = 0;
-  auto push = [&](const Seg& s) {
-    if (K == 0) {
-      if ((size_t)idx == ring.size())
-        ring.push_back(s);
-      else
-        ring[idx] = s;
-      ++idx;
-      return;
-    }
-    ring[idx] = s;
-    if (++idx == K) idx = 0;
-  };
-  auto scan = [&](int y, int a, int b, int pl, int pr, int dir) {
-    for (int x = a; x <= b;) {
-      if (!q.ok(im.at(x, y))) {
-        ++x;
-        continue;
-      }
-      int l = x, r = x;
-      while (l > 0 && q.ok(im.at(l - 1, y))) --l;
-      while (r < w - 1 && q.ok(im.at(r + 1, y))) ++r;
-      paint(y, l, r);
-      area += r - l + 1;
-      push({y, l, r, pl, pr, dir});
-      x = r + 2;
-    }
-  };
-  push({seed.y, L, R, R + 1, R, seed.y == h - 1 ? -1 : 1});
-
-  const bool watch = q.ok(nv);
-  std::vector<Seg> saved;
-  int savedIdx = -1;
-  long long power = 1, lam = 0, steps = 0;
-  while (idx != 0) {
-    const Seg s = ring[--idx];
-    box.addRun(s.y, s.l, s.r);
-    const int lo = eight ? std::max(s.l - 1, 0) : s.l;
-    const int hi = eight ? std::min(s.r + 1, w - 1) : s.r;
-    const int ny = s.y - s.dir, py = s.y + s.dir;
-    KVF_REQUIRE(py >= 0 && py < h, "model: a segment without its parent row");
-    if (ny >= 0 && ny < h) scan(ny, lo, hi, s.l, s.r, s.dir);
-    scan(py, lo, s.pl - 1, s.l, s.r, -s.dir);
-    scan(py, s.pr + 1, hi, s.l, s.r, -s.dir);
-    if (++steps > 200000) return End::Capped;
-    if (!watch) continue;
-    if (idx == savedIdx && std::equal(ring.begin(), ring.begin() + idx, saved.begin())) return End::Cycle;
-    if (++lam == power) {
-      saved.assign(ring.begin(), ring.begin() + idx);
-      savedIdx = idx;
-      power *= 2;
-      lam = 0;
-    }
-  }
-  return End::Done;
-}
-
-// Step-by-step model of the 8-connected floating-range fill over an
-// unbounded stack: a visited mask with a border of taken pixels; candidates
-// of a neighbouring row fit the nearest pixel of the popped run (the pixel
-// across inside its columns, its end pixel diagonally outside them); runs
-// extend left through pixels that fit their right neighbour and right
-// through pixels that fit their left neighbour or, inside the popped run's
-// columns, the pixel across. Every comparison sees the values before the
-// call; a run is painted when it is popped. Returns the deepest the stack
-// grew.
-template <class T, int CN>
-KVF_NO_COVERAGE size_t modelGrad8(const Pix<T, CN>& before, Pix<T, CN>& im, KvpiPoint seed, const T* nv,
-                                  const T* mn, const T* mx, double& area, Box& box) {
-  const int w = before.w, h = before.h;
-  std::vector<uint8_t> taken((size_t)(w + 2) * (h + 2), 1);
-  auto m = [&](int x, int y) -> uint8_t& { return taken[(size_t)(y + 1) * (w + 2) + (x + 1)]; };
-  for (int y = 0; y < h; ++y)
-    for (int x = 0; x < w; ++x) m(x, y) = 0;
-  auto fit = [&](int xa, int ya, int xb, int yb) {
-    return fitsPix<T, CN>(before.at(xa, ya), before.at(xb, yb), mn, mx);
-  };
-
-  int L = seed.x, R = seed.x;
-  m(seed.x, seed.y) = 1;
-  while (!m(R + 1, seed.y) && fit(R + 1, seed.y, R, seed.y)) m(++R, seed.y) = 1;
-  while (!m(L - 1, seed.y) && fit(L - 1, seed.y, L, seed.y)) m(--L, seed.y) = 1;
-  std::vector<Seg> stack{{seed.y, L, R, R + 1, R, 1}};
-  size_t depth = 1;
-  box.addRun(seed.y, L, R);
-  area = 0;
-  auto scan = [&](int yy, int a, int b, const Seg& s, int dir) {
-    for (int x = a; x <= b;) {
-      const int xc = std::clamp(x, s.l, s.r);
-      if (m(x, yy) || !fit(x, yy, xc, s.y)) {
-        ++x;
-        continue;
-      }
-      m(x, yy) = 1;
-      int l = x, r = x;
-      while (!m(l - 1, yy) && fit(l - 1, yy, l, yy)) m(--l, yy) = 1;
-      while (!m(r + 1, yy) && (fit(r + 1, yy, r, yy) || (r < s.r && fit(r + 1, yy, r + 1, s.y))))
-        m(++r, yy) = 1;
-      stack.push_back({yy, l, r, s.l, s.r, dir});
-      depth = std::max(depth, stack.size());
-      x = r + 1;
-    }
-  };
-  while (!stack.empty()) {
-    const Seg s = stack.back();
-    stack.pop_back();
-    box.addRun(s.y, s.l, s.r);
-    if (s.y - s.dir >= 0 && s.y - s.dir < h) scan(s.y - s.dir, s.l - 1, s.r + 1, s, s.dir);
-    if (s.y + s.dir >= 0 && s.y + s.dir < h) {
-      scan(s.y + s.dir, s.l - 1, s.pl - 1, s, -s.dir);
-      scan(s.y + s.dir, s.pr + 1, s.r + 1, s, -s.dir);
-    }
-    for (int x = s.l; x <= s.r; ++x) std::memcpy(im.at(x, s.y), nv, sizeof(T) * CN);
-    area += s.r - s.l + 1;
-  }
-  return depth;
+// o's box lies inside b's (an empty o lies anywhere).
+bool boxContains(const Result& b, const Result& o) {
+  return o.x1 < o.x0 || (b.x0 <= o.x0 && b.y0 <= o.y0 && b.x1 >= o.x1 && b.y1 >= o.y1);
 }
 
 // ---- values from the input -------------------------------------------------------
@@ -581,14 +337,14 @@ void runFill(kvf::Reader& in) {
 
   // The reference works on packed copies of the image before and after.
   const int W = (int)w, H = (int)h;
-  Pix<T, CN> before{W, H, std::vector<T>((size_t)W * H * CN)}, after = before;
+  ffr::Img<T> before(W, H, CN), after = before;
   for (int y = 0; y < H; ++y) {
-    std::memcpy(before.at(0, y), img.armedRow(y), (size_t)rowBytes);
-    std::memcpy(after.at(0, y), img.row(y), (size_t)rowBytes);
+    std::memcpy(before.px(0, y), img.armedRow(y), (size_t)rowBytes);
+    std::memcpy(after.px(0, y), img.row(y), (size_t)rowBytes);
   }
   KvpiConnectedComp got;
   std::memcpy(&got, regB.roi(), sizeof got);
-  auto requireRecord = [&](double area, const Box& box) {
+  auto requireRecord = [&](double area, const Result& box) {
     KVF_REQUIRE(got.area == area, "area %g, expected %g (%dx%d)", got.area, area, W, H);
     KVF_REQUIRE(got.rect.x == box.x0 && got.rect.y == box.y0 && got.rect.width == box.x1 - box.x0 + 1 &&
                     got.rect.height == box.y1 - box.y0 + 1,
@@ -602,81 +358,63 @@ void runFill(kvf::Reader& in) {
                   e);
     }
   };
-  auto requireImage = [&](const Pix<T, CN>& want) {
+  auto requireImage = [&](const ffr::Img<T>& want) KVF_NO_COVERAGE {
     for (int y = 0; y < H; ++y)
       for (int x = 0; x < W; ++x)
-        KVF_REQUIRE((sameBits<T, CN>(after.at(x, y), want.at(x, y))), "pixel (%d, %d) of %dx%d seed %d,%d", x,
-                    y, W, H, seed.x, seed.y);
+        KVF_REQUIRE(std::memcmp(after.px(x, y), want.px(x, y), sizeof(T) * CN) == 0,
+                    "pixel (%d, %d) of %dx%d seed %d,%d", x, y, W, H, seed.x, seed.y);
   };
-  const T* s = before.at(seed.x, seed.y);
+  auto requireAll = [&](const ffr::Img<T>& want, const Result& r) {
+    requireImage(want);
+    requireRecord(r.area, r);
+    requireValue();
+  };
+  auto changed = [&](int x, int y) {
+    return std::memcmp(after.px(x, y), before.px(x, y), sizeof(T) * CN) != 0;
+  };
+  auto isNew = [&](int x, int y) { return std::memcmp(after.px(x, y), nv, sizeof(T) * CN) == 0; };
+  const T* s = before.px(seed.x, seed.y);
 
   if constexpr (R == Rule::Exact || R == Rule::Range) {
-    if (same<T, CN>(s, nv)) {
+    if (ffr::samePix(s, nv, CN)) {
       KVF_REQUIRE(img.unchanged() && regB.unchanged(), "the seed holds the new value, yet the call wrote");
       return;
     }
   }
+  ffr::Img<T> want = before;
   if constexpr (R == Rule::Exact) {
-    const auto member =
-        reach<T, CN>(before, seed, Eight, [&](const T* a, const T*) { return same<T, CN>(a, s); });
-    Pix<T, CN> want = before;
-    Box box;
-    double area = 0;
-    for (int y = 0; y < H; ++y)
-      for (int x = 0; x < W; ++x)
-        if (member[(size_t)y * W + x]) {
-          std::memcpy(want.at(x, y), nv, sizeof nv);
-          box.add(x, y);
-          area += 1;
-        }
-    requireImage(want);
-    requireRecord(area, box);
-    requireValue();
+    requireAll(want, ffr::stackFill(want, seed.x, seed.y, Eight, nv,
+                                    [&](const T* a) { return ffr::samePix(a, s, CN); }));
   } else if constexpr (R == Rule::Range) {
-    const Bounds<T, CN> q = boundsOf<T, CN>(s, mn, mx);
-    Pix<T, CN> want = before;
-    double area = 0;
-    Box box;
-    const End end = modelRange<T, CN>(want, seed, nv, q, Eight, area, box);
+    const ffr::Bounds<T> q = ffr::boundsOf(s, mn, mx, CN);
+    auto ok = [&](const T* a) { return q.ok(a); };
+    Result r;
+    const End end = ffr::scanModel(want, seed.x, seed.y, Eight, nv, ok, W * H / 4, r, 200000);
     requireValue();
     if (end == End::Done) {
       requireImage(want);
-      requireRecord(area, box);
+      requireRecord(r.area, r);
       return;
     }
     if (end == End::Cycle) {
       requireImage(want);
-      requireRecord(got.area, box);
+      requireRecord(got.area, r);
     }
     // Whatever the walk's length: only pixels of the seed's qualifying
     // set change, each to the new value, and each is counted.
-    const auto member = reach<T, CN>(before, seed, Eight, [&](const T* a, const T*) { return q.ok(a); });
-    double changed = 0;
+    const auto member =
+        ffr::reach(before, seed.x, seed.y, Eight, [&](const T* a, const T*) { return ok(a); });
+    double count = 0;
     for (int y = 0; y < H; ++y)
       for (int x = 0; x < W; ++x) {
-        if (sameBits<T, CN>(after.at(x, y), before.at(x, y))) continue;
-        KVF_REQUIRE((member[(size_t)y * W + x] && sameBits<T, CN>(after.at(x, y), nv)),
-                    "pixel (%d, %d) repainted", x, y);
-        changed += 1;
+        if (!changed(x, y)) continue;
+        KVF_REQUIRE(member[(size_t)y * W + x] && isNew(x, y), "pixel (%d, %d) repainted", x, y);
+        count += 1;
       }
-    KVF_REQUIRE(got.area >= changed, "area %g below the %g pixels changed", got.area, changed);
+    KVF_REQUIRE(got.area >= count, "area %g below the %g pixels changed", got.area, count);
   } else {
-    const auto fit = [&](const T* a, const T* b) { return fitsPix<T, CN>(a, b, mn, mx); };
-    const auto in4 = reach<T, CN>(before, seed, false, fit);
     if (!Eight) {
-      Pix<T, CN> want = before;
-      Box box;
-      double area = 0;
-      for (int y = 0; y < H; ++y)
-        for (int x = 0; x < W; ++x)
-          if (in4[(size_t)y * W + x]) {
-            std::memcpy(want.at(x, y), nv, sizeof nv);
-            box.add(x, y);
-            area += 1;
-          }
-      requireImage(want);
-      requireRecord(area, box);
-      requireValue();
+      requireAll(want, ffr::gradClosure(want, seed.x, seed.y, nv, mn, mx));
       return;
     }
     // 8-connected: the model, wherever its stack stayed within the
@@ -684,40 +422,35 @@ void runFill(kvf::Reader& in) {
     // that the order of work may change, and with it which diagonal pixels
     // join; then every 4-reachable pixel is painted, nothing beyond the
     // 8-reachable set is, and the area and box lie between the two.
-    {
-      Pix<T, CN> want = before;
-      double area = 0;
-      Box box;
-      if (modelGrad8<T, CN>(before, want, seed, nv, mn, mx, area, box) <= (size_t)W * H / 4) {
-        requireImage(want);
-        requireRecord(area, box);
-        requireValue();
-        return;
-      }
+    const Result r = ffr::gradModel(want, seed.x, seed.y, true, nv, mn, mx);
+    if (r.maxDepth <= (size_t)W * H / 4) {
+      requireAll(want, r);
+      return;
     }
-    const auto in8 = reach<T, CN>(before, seed, true, fit);
+    const auto fit = [&](const T* a, const T* b) { return ffr::fits(a, b, mn, mx, CN); };
+    const auto in4 = ffr::reach(before, seed.x, seed.y, false, fit);
+    const auto in8 = ffr::reach(before, seed.x, seed.y, true, fit);
     double lo = 0, hi = 0;
-    Box inner, outer;
+    Result inner, outer;
     for (int y = 0; y < H; ++y)
       for (int x = 0; x < W; ++x) {
         const size_t i = (size_t)y * W + x;
-        const bool changed = !sameBits<T, CN>(after.at(x, y), before.at(x, y));
-        const bool isNew = sameBits<T, CN>(after.at(x, y), nv);
-        KVF_REQUIRE(!in4[i] || isNew, "4-reachable pixel (%d, %d) not painted", x, y);
-        KVF_REQUIRE(in8[i] || !changed, "pixel (%d, %d) beyond the 8-reachable set painted", x, y);
-        KVF_REQUIRE(!changed || isNew, "pixel (%d, %d) holds neither its value nor the new one", x, y);
-        if (in4[i] || changed) {
+        KVF_REQUIRE(!in4[i] || isNew(x, y), "4-reachable pixel (%d, %d) not painted", x, y);
+        KVF_REQUIRE(in8[i] || !changed(x, y), "pixel (%d, %d) beyond the 8-reachable set painted", x, y);
+        KVF_REQUIRE(!changed(x, y) || isNew(x, y), "pixel (%d, %d) holds neither its value nor the new one",
+                    x, y);
+        if (in4[i] || changed(x, y)) {
           lo += 1;
           inner.add(x, y);
         }
-        if (in8[i] && (in4[i] || changed || isNew)) hi += 1;
+        if (in8[i] && (in4[i] || changed(x, y) || isNew(x, y))) hi += 1;
         if (in8[i]) outer.add(x, y);
       }
     KVF_REQUIRE(got.area >= lo && got.area <= hi, "area %g outside [%g, %g]", got.area, lo, hi);
-    Box gotBox;
-    gotBox.addRun(got.rect.y, got.rect.x, got.rect.x + got.rect.width - 1);
-    gotBox.add(got.rect.x, got.rect.y + got.rect.height - 1);
-    KVF_REQUIRE(gotBox.contains(inner) && outer.contains(gotBox), "rect %d,%d %dx%d out of bounds",
+    Result gotBox;
+    gotBox.add(got.rect.x, got.rect.y);
+    gotBox.add(got.rect.x + got.rect.width - 1, got.rect.y + got.rect.height - 1);
+    KVF_REQUIRE(boxContains(gotBox, inner) && boxContains(outer, gotBox), "rect %d,%d %dx%d out of bounds",
                 got.rect.x, got.rect.y, got.rect.width, got.rect.height);
     requireValue();
   }

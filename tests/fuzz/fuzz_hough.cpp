@@ -13,6 +13,8 @@
 #include <vector>
 
 #include "fuzz_support.h"
+// After fuzz_support.h, which keeps the reference loops out of the coverage.
+#include "../feature/hough_ref.h"
 
 namespace {
 
@@ -21,7 +23,7 @@ constexpr long long kMaxPlaneBytes = 1 << 20;
 // run to see its status fail.
 constexpr long long kMaxWork = 400000;
 
-constexpr float kPiBound = 3.14159f;
+using hr::kPiBound;
 
 // Step sizes: mostly values a caller would use, the ends of the accepted
 // ranges and just past them, else anything.
@@ -79,34 +81,6 @@ int pickCount(kvf::Reader& in, bool anyBits, int lo, int hi) {
   return anyBits ? in.raw<int32_t>() : in.intIn(lo, hi);
 }
 
-// ---- geometry --------------------------------------------------------------------
-
-// Conversions of quotients that leave the int range have no defined result;
-// such a geometry is marked out of range.
-struct Geometry {
-  bool inRange;
-  long long numRho, numAngle, rhoOffset;
-};
-
-Geometry geometryOf(KvpiSize roi, KvpPointPolar delta) {
-  Geometry g{};
-  const float rhoQ = (float)(2 * ((long long)roi.width + roi.height) + 1) / delta.rho;
-  const double angQ = (double)kPiBound / (double)delta.theta;
-  g.inRange = rhoQ < 2147483648.f && angQ < 2147483647.0;
-  if (!g.inRange) return g;
-  g.numRho = (long long)rhoQ;
-  g.numAngle = (long long)angQ + 1;
-  g.rhoOffset = (g.numRho - 1) / 2;
-  return g;
-}
-
-// The query's sum, exactly (roi sizes up to 2^31 make its first product
-// pass 63 bits).
-__int128 bufferSize(KvpiSize roi, const Geometry& g, int maxLineCount) {
-  return (__int128)roi.height * (4 * (__int128)roi.width + 64) + 16 * (__int128)maxLineCount +
-         8 * (__int128)g.numAngle + 16 * (__int128)g.numRho + 288;
-}
-
 // ---- size query ----------------------------------------------------------------------
 
 void runGetSize(kvf::Reader& in) {
@@ -141,7 +115,7 @@ void runGetSize(kvf::Reader& in) {
     KVF_REQUIRE(st < 0, "a NaN step was accepted (status %d)", (int)st);
     return;
   } else {
-    const Geometry g = geometryOf(roi, delta);
+    const hr::Geometry g = hr::geometryOf(roi, delta);
     if (!g.inRange) {
       // More than 2^31 rho or angle cells: the stored (truncated) value
       // depends on how the counts were converted. With a line count of 0 or
@@ -155,7 +129,7 @@ void runGetSize(kvf::Reader& in) {
                     "status %d for an accumulator of more than 2^31 cells", (int)st);
       return;
     }
-    const __int128 size = bufferSize(roi, g, maxLines);
+    const __int128 size = hr::bufferSize(roi, g, maxLines);
     expect = size > INT_MAX ? kvpStsSizeOverflow : kvpStsOk;
     KVF_REQUIRE(st == expect, "status %d, expected %d (%dx%d delta %g %g lines %d)", (int)st, (int)expect,
                 roi.width, roi.height, delta.rho, delta.theta, maxLines);
@@ -170,61 +144,6 @@ void runGetSize(kvf::Reader& in) {
 }
 
 // ---- line search ---------------------------------------------------------------------
-
-struct Found {
-  int rho, angle, votes;
-};
-
-// Re-counts the votes of every angle into full rows and collects the peaks
-// in the order of the search (angle, then rho), each against its four
-// neighbours, the angles before the first and after the last counting as
-// empty. The list keeps the strongest maxLines, among equal votes the
-// earlier find first.
-KVF_NO_COVERAGE std::vector<Found> referenceLines(const uint8_t* img, int srcStep, KvpiSize roi,
-                                                  KvpPointPolar delta, int threshold, int maxLines,
-                                                  const Geometry& g, bool windowed, long long winLo,
-                                                  long long winHi) {
-  const double scale = (double)(1.f / delta.rho) * 1024.0;
-  std::vector<long long> cosQ(g.numAngle), sinQ(g.numAngle);
-  float theta = 0.f;
-  for (long long i = 0; i < g.numAngle; ++i) {
-    cosQ[i] = (long long)(std::cos((double)theta) * scale);
-    sinQ[i] = (long long)(std::sin((double)theta) * scale);
-    theta += delta.theta;
-  }
-  std::vector<std::pair<int, int>> points;
-  for (int y = 0; y < roi.height; ++y)
-    for (int x = 0; x < roi.width; ++x)
-      if (img[(size_t)y * srcStep + x]) points.push_back({x, y});
-
-  // Rows cover rho indices -M .. numRho - 1 + M.
-  const long long M = 8, cells = g.numRho + 2 * M;
-  std::vector<int> acc((size_t)(g.numAngle * cells), 0);
-  for (long long i = 0; i < g.numAngle; ++i)
-    for (auto [x, y] : points) {
-      const long long idx = ((x * cosQ[i] + 512 + y * sinQ[i]) >> 10) + g.rhoOffset;
-      if (windowed && (idx < winLo || idx > winHi)) continue;
-      KVF_REQUIRE(idx >= -M + 1 && idx < g.numRho + M - 1, "reference: a vote at rho index %lld of %lld", idx,
-                  g.numRho);
-      ++acc[(size_t)(i * cells + idx + M)];
-    }
-  auto at = [&](long long i, long long rho) -> int {
-    if (i < 0 || i >= g.numAngle || rho < -M || rho >= g.numRho + M) return 0;
-    return acc[(size_t)(i * cells + rho + M)];
-  };
-  std::vector<Found> peaks;
-  for (long long i = 0; i < g.numAngle; ++i)
-    for (long long rho = -M; rho < g.numRho + M; ++rho) {
-      const int v = at(i, rho);
-      if (v > threshold && v > at(i, rho - 1) && v >= at(i, rho + 1) && v > at(i - 1, rho) &&
-          v >= at(i + 1, rho))
-        peaks.push_back({(int)rho, (int)i, v});
-    }
-  std::stable_sort(peaks.begin(), peaks.end(),
-                   [](const Found& a, const Found& b) { return a.votes > b.votes; });
-  if ((long long)peaks.size() > maxLines) peaks.resize((size_t)maxLines);
-  return peaks;
-}
 
 // Edge pixels: raw input bytes, or a few segments with sparse noise.
 KVF_NO_COVERAGE void drawImage(kvf::Reader& in, uint8_t* img, size_t bytes, int srcStep, KvpiSize roi) {
@@ -296,13 +215,13 @@ void runSearch(kvf::Reader& in) {
 
   // Only calls that pass every check need real memory. A successful search
   // runs only where it is cheap.
-  const Geometry g = expect == kvpStsOk && !nanStep ? geometryOf(roi, delta) : Geometry{};
+  const hr::Geometry g = expect == kvpStsOk && !nanStep ? hr::geometryOf(roi, delta) : hr::Geometry{};
   const long long imageBytes = (h - 1) * (long long)srcStep + w;
   long long points = 0;
   const bool real = expect == kvpStsOk && !nanStep;
   if (real) {
     if (!g.inRange || imageBytes > kMaxPlaneBytes || maxLines > 4096) return;
-    if (bufferSize(roi, g, maxLines) > kMaxPlaneBytes) return;
+    if (hr::bufferSize(roi, g, maxLines) > kMaxPlaneBytes) return;
     if (g.numAngle * (w * h + g.numRho + 16) > kMaxWork) return;
   }
 
@@ -373,22 +292,12 @@ void runSearch(kvf::Reader& in) {
   KVF_REQUIRE(buf.guardsIntact(), "a write outside the %d-byte buffer", bufSize);
   KVF_REQUIRE(lines.guardsIntact() && count.guardsIntact(), "a write beside the lines or the count");
 
-  // The rho window of the range variant: the indices whose distance
-  // (index - rhoOffset) * delta.rho lies in the range, clipped to the
-  // accumulator (this library's conversion of the bounds).
   long long winLo = 0, winHi = -1;
-  if (Region) {
-    const double lo =
-        std::max(std::ceil((double)range[0].rho / (double)delta.rho) + (double)g.rhoOffset, 0.0);
-    const double hi = std::min(std::floor((double)range[1].rho / (double)delta.rho) + (double)g.rhoOffset,
-                               (double)g.numRho - 1.0);
-    if (lo <= hi) {
-      winLo = (long long)lo;
-      winHi = (long long)hi;
-    }
-  }
-  const std::vector<Found> want =
-      referenceLines(src.roi(), srcStep, roi, delta, threshold, maxLines, g, Region, winLo, winHi);
+  if (Region) hr::rhoWindow(range[0].rho, range[1].rho, delta, g, &winLo, &winHi);
+  const uint8_t* img = src.roi();
+  const std::vector<hr::Line> want = hr::lines(
+      roi.width, roi.height, [&](int x, int y) { return img[(size_t)y * srcStep + x] != 0; }, delta,
+      threshold, maxLines, Region, winLo, winHi);
   auto requireLines = [&](const char* when) {
     int n;
     std::memcpy(&n, count.roi(), 4);
@@ -398,8 +307,7 @@ void runSearch(kvf::Reader& in) {
     for (int k = 0; k < n; ++k) {
       KvpPointPolar got;
       std::memcpy(&got, lines.roi() + k * sizeof(KvpPointPolar), sizeof(got));
-      const float rho = (float)(want[k].rho - g.rhoOffset) * delta.rho;
-      const float theta = (float)want[k].angle * delta.theta;
+      const float rho = want[k].rho, theta = want[k].theta;
       KVF_REQUIRE(std::memcmp(&got.rho, &rho, 4) == 0 && std::memcmp(&got.theta, &theta, 4) == 0,
                   "line %d is (%g, %g), expected (%g, %g) with %d votes (%s)", k, got.rho, got.theta, rho,
                   theta, want[k].votes, when);

@@ -13,6 +13,8 @@
 
 #include "fuzz_support.h"
 #include "kvpcore.h"
+// After fuzz_support.h, which keeps the reference loops out of the coverage.
+#include "../detect/integral_ref.h"
 
 namespace {
 
@@ -86,73 +88,6 @@ struct BuilderSig<KvpStatus (*)(const Kvp8u*, int, TS*, int, TQ*, int, KvpiSize,
   static constexpr bool kSqr = true;
 };
 
-// Status of a builder call: pointers, size, source step, table steps in
-// argument order, table steps as multiples of their elements.
-KvpStatus builderStatus(bool srcNull, bool dstNull, bool sqrNull, bool withSqr, KvpiSize roi, int extraCols,
-                        int srcStep, int dstStep, int dstElem, int sqrStep, int sqrElem) {
-  if (srcNull || dstNull || (withSqr && sqrNull)) return kvpStsNullPtr;
-  if (roi.width < 1 || roi.height < 1) return kvpStsBadSize;
-  const long long cols = (long long)roi.width + extraCols;
-  if (srcStep < roi.width) return kvpStsBadStep;
-  if (dstStep < cols * dstElem) return kvpStsBadStep;
-  if (withSqr && sqrStep < cols * sqrElem) return kvpStsBadStep;
-  if (dstStep % dstElem != 0) return kvpStsStepNotMultiple;
-  if (withSqr && sqrStep % sqrElem != 0) return kvpStsStepNotMultiple;
-  return kvpStsOk;
-}
-
-// The table arithmetic: 32-bit integer tables modulo 2^32, floating tables
-// in their own precision, each operation in the written order.
-template <class T>
-T addRowPrefix(T above, uint32_t prefix) {
-  if constexpr (std::is_same_v<T, Kvp32s>)
-    return (Kvp32s)((uint32_t)above + prefix);
-  else
-    return above + (T)(int32_t)prefix;  // the row prefix is a 32-bit integer
-}
-template <class T>
-T tiltedEntry(T upLeft, T upRight, T up2, uint32_t p0, uint32_t p1) {
-  if constexpr (std::is_same_v<T, Kvp32s>)
-    return (Kvp32s)((uint32_t)upLeft + (uint32_t)upRight - (uint32_t)up2 + p0 + p1);
-  else
-    return upLeft + upRight - up2 + (T)p0 + (T)p1;
-}
-
-// The expected table, row-major, cols x rows.
-template <class T>
-KVF_NO_COVERAGE std::vector<T> uprightRef(const kvf::GuardedPlane& src, int w, int h, T val, bool square) {
-  const int cols = w + 1;
-  std::vector<T> t((size_t)cols * (h + 1), val);
-  for (int y = 0; y < h; ++y) {
-    uint32_t r = 0;
-    for (int x = 0; x < w; ++x) {
-      const uint32_t p = src.armedRow(y)[x];
-      r += square ? p * p : p;
-      t[(size_t)(y + 1) * cols + x + 1] = addRowPrefix<T>(t[(size_t)y * cols + x + 1], r);
-    }
-  }
-  return t;
-}
-
-template <class T>
-KVF_NO_COVERAGE std::vector<T> tiltedRef(const kvf::GuardedPlane& src, int w, int h, T val, bool square) {
-  const int cols = w + 2;
-  std::vector<T> t((size_t)cols * (h + 2), val);
-  auto at = [&](int y, int x) -> T& { return t[(size_t)y * cols + x]; };
-  for (int y = 2; y < h + 2; ++y) {
-    const uint8_t* s = src.armedRow(y - 2);
-    auto px = [&](int x) -> uint32_t {
-      if (x < 0 || x >= w) return 0;
-      return square ? (uint32_t)s[x] * s[x] : s[x];
-    };
-    at(y, 0) = at(y - 1, 1);
-    for (int j = 1; j <= w; ++j)
-      at(y, j) = tiltedEntry<T>(at(y - 1, j - 1), at(y - 1, j + 1), at(y - 2, j), px(j - 1), px(j));
-    at(y, w + 1) = at(y - 1, w);
-  }
-  return t;
-}
-
 template <class T>
 KVF_NO_COVERAGE void requireTable(const kvf::GuardedPlane& p, const std::vector<T>& ref, int cols, int rows,
                                   const char* what) {
@@ -194,8 +129,8 @@ void runBuilder(kvf::Reader& in) {
   const TQ valSqr = pickValue<TQ>(in);
   const uint8_t fill = in.byte();  // pixels once the input runs out
 
-  const KvpStatus expect = builderStatus(srcNull, dstNull, sqrNull, kSqr, roi, kExtra, srcStep, dstStep,
-                                         sizeof(TS), sqrStep, sizeof(TQ));
+  const KvpStatus expect = ir::builderStatus(srcNull, dstNull, sqrNull, kSqr, roi, Tilted, srcStep, dstStep,
+                                             sizeof(TS), sqrStep, sizeof(TQ));
   const bool fits =
       kvf::planeFits(w, h, srcStep, srcLead, kMaxPlaneBytes) &&
       kvf::planeFits(cols * (long long)sizeof(TS), rows, dstStep, dstLead, kMaxPlaneBytes) &&
@@ -231,16 +166,11 @@ void runBuilder(kvf::Reader& in) {
   }
   KVF_REQUIRE(dst.guardsIntact(), "a write outside the sum table");
   if (kSqr) KVF_REQUIRE(sqr.guardsIntact(), "a write outside the squared table");
-  if constexpr (Tilted) {
-    requireTable(dst, tiltedRef<TS>(src, (int)w, (int)h, val, false), (int)cols, (int)rows, "tilted sum");
-    if constexpr (kSqr)
-      requireTable(sqr, tiltedRef<TQ>(src, (int)w, (int)h, valSqr, true), (int)cols, (int)rows,
-                   "tilted squared");
-  } else {
-    requireTable(dst, uprightRef<TS>(src, (int)w, (int)h, val, false), (int)cols, (int)rows, "sum");
-    if constexpr (kSqr)
-      requireTable(sqr, uprightRef<TQ>(src, (int)w, (int)h, valSqr, true), (int)cols, (int)rows, "squared");
-  }
+  auto px = [&](int x, int y) KVF_NO_COVERAGE { return src.armedRow(y)[x]; };
+  requireTable(dst, ir::table<TS>(Tilted, (int)w, (int)h, val, false, px), (int)cols, (int)rows, "sum");
+  if constexpr (kSqr)
+    requireTable(sqr, ir::table<TQ>(Tilted, (int)w, (int)h, valSqr, true, px), (int)cols, (int)rows,
+                 "squared");
 }
 
 // ---- standard deviations ---------------------------------------------------------------
@@ -262,53 +192,6 @@ struct StdDevSig<KvpStatus (*)(const TS*, int, const TQ*, int, TD*, int, KvpiSiz
   static constexpr bool kScaled = true;
 };
 
-// How a member turns its eight reads into a deviation.
-enum class Precision {
-  Single,  // upright 32f: single precision throughout, squares narrowed as read
-  Double,  // tilted 32f: double up to the clamped variance, then single; the
-           // 32s32f members take the same path in this library (their
-           // precision is its own choice): the 32-bit sums differenced
-           // modulo 2^32, then as the tilted 32f member
-  Scaled,  // 32s with scale factor
-};
-
-// Columns the step checks measure the tables against.
-long long windowCols(bool tilted, KvpiSize roi, KvpiRect r) {
-  return tilted ? (long long)r.x + r.y + r.width + r.height + roi.width - 1
-                : (long long)r.width + roi.width + r.x;
-}
-
-KvpStatus stdDevStatus(bool srcNull, bool sqrNull, bool dstNull, KvpiSize roi, KvpiRect r, bool tilted,
-                       int srcStep, int srcElem, int sqrStep, int sqrElem, int dstStep, int dstElem) {
-  if (srcNull || sqrNull || dstNull) return kvpStsNullPtr;
-  if (roi.width < 1 || roi.height < 1) return kvpStsBadSize;
-  const long long cols = windowCols(tilted, roi, r);
-  if (srcStep < cols * srcElem || sqrStep < cols * sqrElem) return kvpStsBadStep;
-  if (dstStep < (long long)roi.width * dstElem) return kvpStsBadStep;
-  if (srcStep % srcElem || sqrStep % sqrElem || dstStep % dstElem) return kvpStsStepNotMultiple;
-  if (r.x < 0 || r.y < 0 || r.width < 1 || r.height < 1) return kvpStsBadSize;
-  return kvpStsOk;
-}
-
-// The four reads relative to the output pixel, combined a - b - c + d.
-struct Reads {
-  long long row[4], col[4];
-  long long n;
-};
-Reads readsOf(bool tilted, KvpiRect r) {
-  const long long x = r.x, y = r.y, w = r.width, h = r.height;
-  if (tilted)
-    return {{x + y + w + h, x + y + h, x + y + w, x + y},
-            {x - y + w - h, x - y - h, x - y + w, x - y},
-            2 * w * h};
-  return {{y + h, y, y + h, y}, {x + w, x + w, x, x}, w * h};
-}
-
-template <class T>
-int32_t wrapDiff(T a, T b, T c, T d) {
-  return (int32_t)((uint32_t)a - (uint32_t)b - (uint32_t)c + (uint32_t)d);
-}
-
 // Scale factors at the ends of the double exponent range and of int.
 int pickScaleFactor(kvf::Reader& in) {
   static const int special[] = {INT_MIN, INT_MIN + 1, INT_MAX, -1075, -1074, -1025, -1024, -1023,
@@ -318,69 +201,11 @@ int pickScaleFactor(kvf::Reader& in) {
   return in.raw<int32_t>();
 }
 
-// 2^-sf as a double: 0 far below, infinity far above.
-double scaleOf(int sf) {
-  if (sf > 2000) return 0.0;
-  if (sf < -2000) return HUGE_VAL;
-  return std::ldexp(1.0, -sf);
-}
-
-template <Precision P, class TS, class TQ, class TD>
-KVF_NO_COVERAGE TD deviation(const TS s[4], const TQ q[4], long long cnt, int sf) {
-  if constexpr (P == Precision::Single) {
-    const float n = (float)cnt;
-    const float sum = s[0] - s[1] - s[2] + s[3];
-    const float sq = (float)q[0] - (float)q[1] - (float)q[2] + (float)q[3];
-    const float mean = sum / n;
-    float var = sq / n - mean * mean;
-    if (var < 0.f) var = 0.f;
-    return std::sqrt(var);
-  } else if constexpr (P == Precision::Double) {
-    const double n = (double)cnt;
-    double sum;
-    if constexpr (std::is_same_v<TS, Kvp32s>)
-      sum = (double)wrapDiff(s[0], s[1], s[2], s[3]);  // the table wraps modulo 2^32
-    else
-      sum = (double)s[0] - (double)s[1] - (double)s[2] + (double)s[3];
-    const double sq = q[0] - q[1] - q[2] + q[3];
-    const double mean = sum / n;
-    double var = sq / n - mean * mean;
-    if (var < 0.0) var = 0.0;
-    return std::sqrt((float)var);
-  } else {
-    const float n = (float)cnt;
-    const float mean = (float)wrapDiff(s[0], s[1], s[2], s[3]) / n;
-    float var = (float)wrapDiff(q[0], q[1], q[2], q[3]) / n - mean * mean;
-    if (var < 0.f) var = 0.f;
-    const double t = std::sqrt((double)var) * scaleOf(sf) + 0.5;
-    // A result beyond the 32-bit range (or NaN, from an infinite scale
-    // times 0) has no truncation; this library saturates it to INT_MAX.
-    if (!(t < 2147483648.0)) return INT_MAX;
-    return (int32_t)t;
-  }
-}
-
-// A table laid out so that every read of the window falls on its pixels:
-// plane column 0 is table column c0 (<= 0), pSrc points at table column 0.
-struct TableLayout {
-  long long c0, cols, rows;
-};
-TableLayout layoutOf(bool tilted, KvpiSize roi, KvpiRect r) {
-  const Reads k = readsOf(tilted, r);
-  long long lo = 0, hi = 0, rmax = 0;
-  for (int i = 0; i < 4; ++i) {
-    lo = std::min(lo, k.col[i]);
-    hi = std::max(hi, k.col[i] + roi.width);
-    rmax = std::max(rmax, k.row[i] + roi.height);
-  }
-  return {lo, hi - lo, rmax};
-}
-
 // Table contents: anything, or the upright integral of a constant image
 // (every upright window has a variance of exactly 0, so rounding can only
 // push it below), or the integral of an image from the input.
 template <class T>
-KVF_NO_COVERAGE void fillTable(kvf::GuardedPlane& p, const TableLayout& L, kvf::Reader& in, int mode, int cv,
+KVF_NO_COVERAGE void fillTable(kvf::GuardedPlane& p, const ir::Layout& L, kvf::Reader& in, int mode, int cv,
                                bool square, const std::vector<uint8_t>& img) {
   // Sums of the image above and left of each entry, rows x cols.
   std::vector<double> cum;
@@ -411,7 +236,7 @@ KVF_NO_COVERAGE void fillTable(kvf::GuardedPlane& p, const TableLayout& L, kvf::
     }
 }
 
-template <bool Tilted, Precision P, auto Fn>
+template <bool Tilted, ir::Precision P, auto Fn>
 void runStdDev(kvf::Reader& in) {
   using Sig = StdDevSig<decltype(Fn)>;
   using TS = typename Sig::S;
@@ -421,7 +246,7 @@ void runStdDev(kvf::Reader& in) {
   const uint8_t how = in.byte();
   // Outputs of 65536 pixels and more split their rows among threads in
   // the upright single-precision member.
-  const bool big = P == Precision::Single && !Tilted && (how & 0xe0) == 0xe0;
+  const bool big = P == ir::Precision::Single && !Tilted && (how & 0xe0) == 0xe0;
   KvpiSize roi;
   KvpiRect r;
   if (big) {
@@ -438,9 +263,9 @@ void runStdDev(kvf::Reader& in) {
   }
   const bool rectOk = r.x >= 0 && r.y >= 0 && r.width >= 1 && r.height >= 1;
   const bool roiOk = roi.width >= 1 && roi.height >= 1;
-  const TableLayout L = rectOk && roiOk ? layoutOf(Tilted, roi, r) : TableLayout{0, 1, 1};
+  const ir::Layout L = rectOk && roiOk ? ir::layoutOf(Tilted, roi, r) : ir::Layout{0, 1, 1};
   // Steps near what the checks ask for, or near what the layout needs.
-  const long long checkCols = windowCols(Tilted, roi, r);
+  const long long checkCols = ir::windowCols(Tilted, roi, r);
   const long long baseCols = (how & 16) ? std::max(checkCols, L.cols) : checkCols;
   const int srcStep = pickStep(in, how & 8, baseCols * (long long)sizeof(TS), 5);
   const int sqrStep = pickStep(in, how & 8, baseCols * (long long)sizeof(TQ), 9);
@@ -451,8 +276,8 @@ void runStdDev(kvf::Reader& in) {
   const uint8_t nulls = big ? 0 : in.byte();
   const bool srcNull = (nulls & 3) == 1, sqrNull = ((nulls >> 2) & 3) == 1, dstNull = ((nulls >> 4) & 3) == 1;
 
-  const KvpStatus expect = stdDevStatus(srcNull, sqrNull, dstNull, roi, r, Tilted, srcStep, sizeof(TS),
-                                        sqrStep, sizeof(TQ), dstStep, sizeof(TD));
+  const KvpStatus expect = ir::stdDevStatus(srcNull, sqrNull, dstNull, roi, r, Tilted, srcStep, sizeof(TS),
+                                            sqrStep, sizeof(TQ), dstStep, sizeof(TD));
   // Every read must land on a table pixel, so a table row must hold all the
   // columns read from it.
   const bool fits =
@@ -504,19 +329,12 @@ void runStdDev(kvf::Reader& in) {
   }
   KVF_REQUIRE(dst.guardsIntact(), "a write outside the output");
 
-  const Reads k = readsOf(Tilted, r);
   auto check = [&](const char* when) KVF_NO_COVERAGE {
+    auto sAt = [&](long long y, long long x) { return readAt<TS>(src.row((int)y), x - L.c0); };
+    auto qAt = [&](long long y, long long x) { return readAt<TQ>(sqr.row((int)y), x - L.c0); };
     for (int i = 0; i < roi.height; ++i)
       for (int j = 0; j < roi.width; ++j) {
-        TS s[4];
-        TQ q[4];
-        for (int c = 0; c < 4; ++c) {
-          const int row = (int)(i + k.row[c]);
-          const long long col = j + k.col[c] - L.c0;
-          s[c] = readAt<TS>(src.row(row), col);
-          q[c] = readAt<TQ>(sqr.row(row), col);
-        }
-        const TD want = deviation<P, TS, TQ, TD>(s, q, k.n, sf);
+        const TD want = ir::deviationAt<P, TS, TQ, TD>(Tilted, r, sf, i, j, sAt, qAt);
         const TD got = readAt<TD>(dst.row(i), j);
         KVF_REQUIRE(sameValue(got, want), "output (%d, %d) of %dx%d, rect %d %d %d %d, %s", j, i, roi.width,
                     roi.height, r.x, r.y, r.width, r.height, when);
@@ -556,12 +374,12 @@ const Runner kRunners[] = {
     runBuilder<true, kvpiTiltedSqrIntegral_8u32s_C1R>,
     runBuilder<true, kvpiTiltedSqrIntegral_8u32s64f_C1R>,
     runBuilder<true, kvpiTiltedSqrIntegral_8u32f64f_C1R>,
-    runStdDev<false, Precision::Single, kvpiRectStdDev_32f_C1R>,
-    runStdDev<false, Precision::Double, kvpiRectStdDev_32s32f_C1R>,
-    runStdDev<false, Precision::Scaled, kvpiRectStdDev_32s_C1RSfs>,
-    runStdDev<true, Precision::Double, kvpiTiltedRectStdDev_32f_C1R>,
-    runStdDev<true, Precision::Double, kvpiTiltedRectStdDev_32s32f_C1R>,
-    runStdDev<true, Precision::Scaled, kvpiTiltedRectStdDev_32s_C1RSfs>,
+    runStdDev<false, ir::Precision::Single, kvpiRectStdDev_32f_C1R>,
+    runStdDev<false, ir::Precision::Double, kvpiRectStdDev_32s32f_C1R>,
+    runStdDev<false, ir::Precision::Scaled, kvpiRectStdDev_32s_C1RSfs>,
+    runStdDev<true, ir::Precision::Double, kvpiTiltedRectStdDev_32f_C1R>,
+    runStdDev<true, ir::Precision::Double, kvpiTiltedRectStdDev_32s32f_C1R>,
+    runStdDev<true, ir::Precision::Scaled, kvpiTiltedRectStdDev_32s_C1RSfs>,
 };
 
 }  // namespace

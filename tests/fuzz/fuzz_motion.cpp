@@ -7,6 +7,8 @@
 #include <cstring>
 
 #include "fuzz_support.h"
+// After fuzz_support.h, which keeps the reference loops out of the coverage.
+#include "../motion/motion_ref.h"
 
 namespace {
 
@@ -14,19 +16,6 @@ constexpr long long kMaxPlaneBytes = 1 << 20;
 
 template <class S>
 using MotionFn = KvpStatus (*)(const S*, int, Kvp32f*, int, KvpiSize, Kvp32f, Kvp32f);
-
-// The status the arguments call for: pointers, size, steps, step multiples
-// (the 8-bit silhouette has none of its own), duration.
-KvpStatus expectedStatus(bool silNull, bool mhiNull, KvpiSize roi, int silStep, int mhiStep, int silElem,
-                         float duration) {
-  if (silNull || mhiNull) return kvpStsNullPtr;
-  if (roi.width < 1 || roi.height < 1) return kvpStsBadSize;
-  if ((long long)silStep < (long long)roi.width * silElem) return kvpStsBadStep;
-  if ((long long)mhiStep < (long long)roi.width * 4) return kvpStsBadStep;
-  if ((silElem > 1 && silStep % silElem != 0) || mhiStep % 4 != 0) return kvpStsStepNotMultiple;
-  if (duration < 0.f) return kvpStsOutOfRange;
-  return kvpStsOk;
-}
 
 // Mostly sizes and steps that can be laid out, sometimes any 32-bit value.
 struct Shape {
@@ -57,7 +46,7 @@ void run(kvf::Reader& in, MotionFn<S> fn) {
   const uint8_t nulls = in.byte();
   const bool silNull = (nulls & 0x0f) == 1, mhiNull = (nulls >> 4) == 1;
   const float ts = in.pickFloat(), dur = in.pickFloat();
-  const KvpStatus expect = expectedStatus(silNull, mhiNull, sh.roi, sh.silStep, sh.mhiStep, sizeof(S), dur);
+  const KvpStatus expect = mr::status(silNull, mhiNull, sh.roi, sh.silStep, sh.mhiStep, sizeof(S), dur);
 
   const bool fits = kvf::planeFits((long long)sh.roi.width * (long long)sizeof(S), sh.roi.height, sh.silStep,
                                    (long long)sh.silLead, kMaxPlaneBytes) &&
@@ -114,7 +103,7 @@ void run(kvf::Reader& in, MotionFn<S> fn) {
       std::memcpy(&sv, sil.row(y) + x * sizeof(S), sizeof(S));
       std::memcpy(&before, mhi.armedRow(y) + x * 4, 4);
       std::memcpy(&after, mhi.row(y) + x * 4, 4);
-      const float e = sv != S(0) ? ts : (before < limit ? 0.f : before);
+      const float e = mr::update(sv, before, ts, limit);
       KVF_REQUIRE(std::memcmp(&e, &after, 4) == 0, "pixel (%d, %d) of %dx%d", x, y, sh.roi.width,
                   sh.roi.height);
     }

@@ -13,6 +13,8 @@
 #include <type_traits>
 
 #include "fuzz_values.h"
+// After the fuzz headers, which keep the reference loops out of the coverage.
+#include "../pyramid/pyramid_ref.h"
 
 namespace {
 
@@ -29,78 +31,31 @@ template <class T>
 using LevelFn = KvpStatus (*)(const T*, int, T*, int, KvpiSize, Kvp8u*);
 using SizeFn = KvpStatus (*)(int, KvpDataType, int, int*);
 
-// ---- the direct sums ------------------------------------------------------
-
-// Down: index i of an axis of n samples, mirrored about the edge sample
-// (not repeating it) until it falls inside.
-KVF_NO_COVERAGE int mirrorDown(int i, int n) {
-  if (n == 1) return 0;
-  while (i < 0 || i >= n) i = i < 0 ? -i : 2 * n - 2 - i;
-  return i;
-}
-
-// Up: one step past the start mirrors, one past the end replicates.
-KVF_NO_COVERAGE int edgeUp(int i, int n) {
-  if (n == 1) return 0;
-  return i < 0 ? -i : (i >= n ? n - 1 : i);
-}
-
-// The (index, weight) taps of output position X along an axis of n source
-// samples; returns how many.
-KVF_NO_COVERAGE int tapsDown(int X, int n, int* idx, int* w) {
-  static const int k[5] = {1, 4, 6, 4, 1};
-  for (int i = 0; i < 5; ++i) {
-    idx[i] = mirrorDown(2 * X + i - 2, n);
-    w[i] = k[i];
-  }
-  return 5;
-}
-KVF_NO_COVERAGE int tapsUp(int X, int n, int* idx, int* w) {
-  const int x = X / 2;
-  if (X % 2 == 0) {
-    idx[0] = edgeUp(x - 1, n), idx[1] = x, idx[2] = edgeUp(x + 1, n);
-    w[0] = 1, w[1] = 6, w[2] = 1;
-    return 3;
-  }
-  idx[0] = x, idx[1] = edgeUp(x + 1, n);
-  w[0] = w[1] = 4;
-  return 2;
-}
-
-// Every destination element against the direct sum: integers round half up
-// by (sum + half) >> shift with an arithmetic shift; floats are the sum
-// scaled by 1 / 2^shift, in any order of addition.
+// Every destination element against the reference: integers exactly;
+// floats within the rounding of any order of addition.
 template <class T, int CH, bool Down>
 KVF_NO_COVERAGE void checkLevel(const kvf::GuardedPlane& src, const kvf::GuardedPlane& dst, KvpiSize roi,
                                 KvpiSize out) {
-  const int shift = Down ? 8 : 6;
   int xi[5], xw[5], yi[5], yw[5];
-  for (int Y = 0; Y < out.height; ++Y) {
-    const int ny = Down ? tapsDown(Y, roi.height, yi, yw) : tapsUp(Y, roi.height, yi, yw);
-    for (int X = 0; X < out.width; ++X) {
-      const int nx = Down ? tapsDown(X, roi.width, xi, xw) : tapsUp(X, roi.width, xi, xw);
+  for (int Y = 0; Y < out.height; ++Y)
+    for (int X = 0; X < out.width; ++X)
       for (int c = 0; c < CH; ++c) {
+        auto get = [&](int x, int y) { return kvf::load<T>(src.row(y), (long long)x * CH + c); };
         const T got = kvf::load<T>(dst.row(Y), (long long)X * CH + c);
         bool ok;
         if constexpr (std::is_floating_point_v<T>) {
+          const int nx = pr::taps(Down, X, roi.width, xi, xw), ny = pr::taps(Down, Y, roi.height, yi, yw);
           kvf::FloatSum s;
           for (int j = 0; j < ny; ++j)
-            for (int i = 0; i < nx; ++i)
-              s.add(yw[j] * xw[i], kvf::load<T>(src.row(yi[j]), (long long)xi[i] * CH + c));
-          ok = s.matches(got, 1.0 / (1 << shift));
+            for (int i = 0; i < nx; ++i) s.add(yw[j] * xw[i], get(xi[i], yi[j]));
+          ok = s.matches(got, Down ? 1.0 / 256 : 1.0 / 64);
         } else {
-          int sum = 0;
-          for (int j = 0; j < ny; ++j)
-            for (int i = 0; i < nx; ++i)
-              sum += yw[j] * xw[i] * kvf::load<T>(src.row(yi[j]), (long long)xi[i] * CH + c);
-          ok = got == (T)((sum + (1 << (shift - 1))) >> shift);
+          ok = got == pr::level<T>(Down, X, Y, roi.width, roi.height, get);
         }
         if (!ok) std::fprintf(stderr, "  result %.9g\n", (double)got);
         KVF_REQUIRE(ok, "%s pixel (%d, %d) channel %d of a %dx%d source", Down ? "down" : "up", X, Y, c,
                     roi.width, roi.height);
       }
-    }
-  }
 }
 
 // ---- level functions ------------------------------------------------------

@@ -38,6 +38,8 @@
 // feedback from them, so that the fuzzer steers by the library alone and
 // they run at full speed.
 #define KVF_NO_COVERAGE __attribute__((no_sanitize("coverage")))
+// The shared references (tests/<family>/*_ref.h) mark their loops with this.
+#define KVT_REF_LOOP KVF_NO_COVERAGE
 
 namespace kvf {
 

@@ -1,10 +1,11 @@
-// Motion history update against a plain per-pixel reference.
+// Motion history update against the per-pixel reference of motion_ref.h.
 #include <bit>
 #include <cmath>
 #include <functional>
 #include <limits>
 
 #include "harness.h"
+#include "motion_ref.h"
 
 namespace {
 
@@ -12,15 +13,6 @@ using kvt::Plane;
 
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 constexpr float kInf = std::numeric_limits<float>::infinity();
-
-// Straight from the definition: a moving pixel takes the time stamp, a
-// still one keeps a history that is not below the limit and is otherwise 0.
-template <class S>
-float refUpdate(S sil, float mhi, float ts, float limit) {
-  if (sil != S(0)) return ts;
-  if (!(mhi < limit)) return mhi;
-  return 0.f;
-}
 
 template <class S>
 using MotionFn = KvpStatus (*)(const S*, int, Kvp32f*, int, KvpiSize, Kvp32f, Kvp32f);
@@ -127,7 +119,7 @@ void checkMember(MotionFn<S> f, uint64_t salt) {
     Plane<Kvp32f> expect = mhi;
     for (int y = 0; y < sz.height; ++y)
       for (int x = 0; x < sz.width; ++x)
-        expect.at(x, y) = refUpdate(sil.at(x, y), mhi.at(x, y), st.ts, limit);
+        expect.at(x, y) = mr::update(sil.at(x, y), mhi.at(x, y), st.ts, limit);
 
     const auto silBefore = sil.bytes();
     const auto before = mhi.bytes();
@@ -156,7 +148,7 @@ void checkOffsets(MotionFn<S> f) {
       mhi.fill([&] { return randomHistory(rng, 9.f, 4.f); });
       Plane<Kvp32f> expect = mhi;
       for (int y = 0; y < 3; ++y)
-        for (int x = 0; x < w; ++x) expect.at(x, y) = refUpdate(sil.at(x, y), mhi.at(x, y), 9.f, 4.f);
+        for (int x = 0; x < w; ++x) expect.at(x, y) = mr::update(sil.at(x, y), mhi.at(x, y), 9.f, 4.f);
       const auto before = mhi.bytes();
       ASSERT_EQ(kvpStsOk, f(sil.roi(), sil.step(), mhi.roi(), mhi.step(), mhi.size(), 9.f, 5.f));
       ASSERT_TRUE(kvt::sameRoi(mhi, expect)) << "width " << w << " offset " << off;
@@ -168,71 +160,6 @@ TEST(MotionHistory, OffsetsAndWidthsAroundVectorBlocks) {
   checkOffsets<Kvp8u>(kvpiUpdateMotionHistory_8u32f_C1IR);
   checkOffsets<Kvp16u>(kvpiUpdateMotionHistory_16u32f_C1IR);
   checkOffsets<Kvp32f>(kvpiUpdateMotionHistory_32f_C1IR);
-}
-
-// A run of frames, as a caller would use it: a bar that moves right one
-// column per frame leaves a trail of decreasing stamps exactly as long as
-// the duration, and nothing older.
-TEST(MotionHistory, TrailOfAMovingBar) {
-  const int w = 40, frames = 30;
-  const float dur = 5.f;
-  std::vector<Kvp16u> sil(w);
-  std::vector<Kvp32f> mhi(w, 0.f);
-  for (int f = 1; f <= frames; ++f) {
-    std::fill(sil.begin(), sil.end(), 0);
-    sil[f] = 1000;
-    ASSERT_EQ(kvpStsOk, kvpiUpdateMotionHistory_16u32f_C1IR(sil.data(), w * 2, mhi.data(), w * 4, {w, 1},
-                                                            (float)f, dur));
-  }
-  for (int x = 0; x < w; ++x) {
-    const bool inTrail = x <= frames && x >= frames - (int)dur;
-    EXPECT_EQ(inTrail ? (float)x : 0.f, mhi[x]) << "column " << x;
-  }
-}
-
-TEST(MotionHistory, ZeroDurationKeepsOnlyTheCurrentStamp) {
-  const Kvp8u sil[5] = {0, 0, 0, 255, 0};
-  Kvp32f mhi[5] = {5.f, 4.999f, -7.f, 1.f, 6.f};
-  ASSERT_EQ(kvpStsOk, kvpiUpdateMotionHistory_8u32f_C1IR(sil, 5, mhi, 20, {5, 1}, 5.f, 0.f));
-  EXPECT_EQ(5.f, mhi[0]);
-  EXPECT_EQ(0u, std::bit_cast<uint32_t>(mhi[1]));  // cleared to +0.0 exactly
-  EXPECT_EQ(0u, std::bit_cast<uint32_t>(mhi[2]));
-  EXPECT_EQ(5.f, mhi[3]);
-  EXPECT_EQ(6.f, mhi[4]);  // newer than the stamp: not below the limit
-}
-
-// Signed zeros are still, NaNs of either sign move; at every position of
-// rows of several widths, so both the vector blocks and the row tails see
-// each value.
-TEST(MotionHistory, FloatSilhouetteZeroSigns) {
-  const Kvp32f pattern[5] = {-0.f, 0.f, kNaN, -kNaN, -0.f};
-  for (int w = 1; w <= 19; ++w)
-    for (int shift = 0; shift < 5; ++shift) {
-      std::vector<Kvp32f> sil(w), mhi(w, 1.f);
-      for (int x = 0; x < w; ++x) sil[x] = pattern[(x + shift) % 5];
-      ASSERT_EQ(kvpStsOk,
-                kvpiUpdateMotionHistory_32f_C1IR(sil.data(), w * 4, mhi.data(), w * 4, {w, 1}, 3.f, 0.5f));
-      for (int x = 0; x < w; ++x) {
-        const uint32_t expect = std::isnan(sil[x]) ? std::bit_cast<uint32_t>(3.f) : 0u;
-        ASSERT_EQ(expect, std::bit_cast<uint32_t>(mhi[x])) << "width " << w << " x " << x;
-      }
-    }
-}
-
-// A duration of -0.0 is not negative; a NaN duration passes the range check
-// and makes the limit NaN, so no still history is below it.
-TEST(MotionHistory, SignedZeroAndNaNDurations) {
-  const Kvp8u sil[3] = {0, 0, 1};
-  Kvp32f mhi[3] = {-100.f, 2.f, 0.f};
-  ASSERT_EQ(kvpStsOk, kvpiUpdateMotionHistory_8u32f_C1IR(sil, 3, mhi, 12, {3, 1}, 2.f, -0.f));
-  EXPECT_EQ(0.f, mhi[0]);
-  EXPECT_EQ(2.f, mhi[1]);
-  EXPECT_EQ(2.f, mhi[2]);
-  Kvp32f keep[3] = {-100.f, 2.f, 0.f};
-  ASSERT_EQ(kvpStsOk, kvpiUpdateMotionHistory_8u32f_C1IR(sil, 3, keep, 12, {3, 1}, 9.f, kNaN));
-  EXPECT_EQ(-100.f, keep[0]);
-  EXPECT_EQ(2.f, keep[1]);
-  EXPECT_EQ(9.f, keep[2]);
 }
 
 // ---- argument checks ------------------------------------------------------------

@@ -15,6 +15,12 @@
 
 #include "kvpcv.h"
 
+// Marks the reference loops; the fuzz targets define it to keep them out of
+// the coverage feedback.
+#ifndef KVT_REF_LOOP
+#define KVT_REF_LOOP
+#endif
+
 namespace ffr {
 
 // A packed image of CN interleaved channels.
@@ -101,36 +107,48 @@ bool fits(const T* a, const T* b, const T* mn, const T* mx, int cn) {
   return true;
 }
 
-// Connected set by a plain pixel stack: the seed plus every pixel reachable
-// through neighbours that satisfy ok(pixel). Paints it and reports it.
-template <class T, class Ok>
-Result stackFill(Img<T>& im, int sx, int sy, bool eight, const T* nv, Ok ok) {
-  Result res;
-  std::vector<uint8_t> seen((size_t)im.w * im.h, 0);
+// Pixels reachable from the seed: a neighbour joins when join(neighbour,
+// the pixel it is reached from) holds. A mask, row-major.
+template <class T, class Join>
+KVT_REF_LOOP std::vector<uint8_t> reach(const Img<T>& im, int sx, int sy, bool eight, Join join) {
+  std::vector<uint8_t> in((size_t)im.w * im.h, 0);
   std::vector<std::pair<int, int>> st{{sx, sy}};
-  seen[(size_t)sy * im.w + sx] = 1;
-  std::vector<std::pair<int, int>> members;
+  in[(size_t)sy * im.w + sx] = 1;
   while (!st.empty()) {
     auto [x, y] = st.back();
     st.pop_back();
-    members.push_back({x, y});
     for (int dy = -1; dy <= 1; ++dy)
       for (int dx = -1; dx <= 1; ++dx) {
         if ((dx == 0 && dy == 0) || (!eight && dx != 0 && dy != 0)) continue;
         const int nx = x + dx, ny = y + dy;
-        if (nx < 0 || ny < 0 || nx >= im.w || ny >= im.h || seen[(size_t)ny * im.w + nx]) continue;
-        if (!ok(im.px(nx, ny))) continue;
-        seen[(size_t)ny * im.w + nx] = 1;
+        if (nx < 0 || ny < 0 || nx >= im.w || ny >= im.h || in[(size_t)ny * im.w + nx]) continue;
+        if (!join(im.px(nx, ny), im.px(x, y))) continue;
+        in[(size_t)ny * im.w + nx] = 1;
         st.push_back({nx, ny});
       }
   }
-  for (auto [x, y] : members) {
-    paint(im, x, y, nv);
-    res.add(x, y);
-  }
-  res.area = (double)members.size();
+  return in;
+}
+
+// Paints the pixels of a mask and reports them.
+template <class T>
+KVT_REF_LOOP Result paintSet(Img<T>& im, const std::vector<uint8_t>& in, const T* nv) {
+  Result res;
+  for (int y = 0; y < im.h; ++y)
+    for (int x = 0; x < im.w; ++x)
+      if (in[(size_t)y * im.w + x]) {
+        paint(im, x, y, nv);
+        res.add(x, y);
+        res.area += 1;
+      }
   res.wrote = true;
   return res;
+}
+
+// The connected set of pixels that satisfy ok(pixel).
+template <class T, class Ok>
+Result stackFill(Img<T>& im, int sx, int sy, bool eight, const T* nv, Ok ok) {
+  return paintSet(im, reach(im, sx, sy, eight, [&](const T* a, const T*) { return ok(a); }), nv);
 }
 
 // Floating range, 4-connected: every pixel reachable from the seed through
@@ -138,43 +156,28 @@ Result stackFill(Img<T>& im, int sx, int sy, bool eight, const T* nv, Ok ok) {
 // tests see the original values.
 template <class T>
 Result gradClosure(Img<T>& im, int sx, int sy, const T* nv, const T* mn, const T* mx) {
-  const Img<T> orig = im;
-  Result res;
-  std::vector<uint8_t> seen((size_t)im.w * im.h, 0);
-  std::vector<std::pair<int, int>> st{{sx, sy}}, members;
-  seen[(size_t)sy * im.w + sx] = 1;
-  while (!st.empty()) {
-    auto [x, y] = st.back();
-    st.pop_back();
-    members.push_back({x, y});
-    const int d[4][2] = {{1, 0}, {-1, 0}, {0, 1}, {0, -1}};
-    for (auto& e : d) {
-      const int nx = x + e[0], ny = y + e[1];
-      if (nx < 0 || ny < 0 || nx >= im.w || ny >= im.h || seen[(size_t)ny * im.w + nx]) continue;
-      if (!fits(orig.px(nx, ny), orig.px(x, y), mn, mx, im.cn)) continue;
-      seen[(size_t)ny * im.w + nx] = 1;
-      st.push_back({nx, ny});
-    }
-  }
-  for (auto [x, y] : members) {
-    paint(im, x, y, nv);
-    res.add(x, y);
-  }
-  res.area = (double)members.size();
-  res.wrote = true;
-  return res;
+  auto fit = [&](const T* a, const T* b) { return fits(a, b, mn, mx, im.cn); };
+  return paintSet(im, reach(im, sx, sy, false, fit), nv);
 }
 
 struct Seg {
   int y, l, r, pl, pr, dir;
+  bool operator==(const Seg& o) const {
+    return y == o.y && l == o.l && r == o.r && pl == o.pl && pr == o.pr && dir == o.dir;
+  }
 };
+
+// How a model walk ended: the list ran empty; the list came back to a state
+// it had before (possible when the new value itself qualifies: the image
+// and the box are then final, only the area is not); or maxSegments ran out.
+enum class End { Done, Cycle, Capped };
 
 // Step-by-step model of the exact / fixed-range scan-line procedure. ring
 // > 0: the fixed-range ring of that many records; 0: an unbounded stack.
-// maxSegments bounds the model's own work (it returns false when hit).
+// maxSegments bounds the model's own work.
 template <class T, class Ok>
-bool scanModel(Img<T>& im, int sx, int sy, bool eight, const T* nv, Ok ok, int ring, Result& res,
-               long maxSegments = 1L << 40) {
+KVT_REF_LOOP End scanModel(Img<T>& im, int sx, int sy, bool eight, const T* nv, Ok ok, int ring, Result& res,
+                           long maxSegments = 1L << 40) {
   const int w = im.w, h = im.h;
   auto extendPaint = [&](int x, int y, int& l, int& r) {
     paint(im, x, y, nv);
@@ -189,7 +192,7 @@ bool scanModel(Img<T>& im, int sx, int sy, bool eight, const T* nv, Ok ok, int r
   res.wrote = true;
   res.area = R - L + 1;
   res.x0 = L, res.x1 = R, res.y0 = res.y1 = sy;
-  if (h == 1) return true;
+  if (h == 1) return End::Done;
   std::vector<Seg> list(ring > 0 ? ring : 0);
   int idx = 0;
   auto push = [&](Seg s) {
@@ -222,9 +225,14 @@ bool scanModel(Img<T>& im, int sx, int sy, bool eight, const T* nv, Ok ok, int r
     }
   };
   push({sy, L, R, R + 1, R, sy == h - 1 ? -1 : 1});
-  long segments = 0;
+  // Cycle detection (Brent) over the list's states, when the new value
+  // qualifies and the walk can find its own paint again.
+  const bool watch = ok(nv);
+  std::vector<Seg> saved;
+  int savedIdx = -1;
+  long power = 1, lam = 0, segments = 0;
   while (!empty()) {
-    if (++segments > maxSegments) return false;
+    if (++segments > maxSegments) return End::Capped;
     const Seg s = pop();
     res.x0 = std::min(res.x0, s.l), res.x1 = std::max(res.x1, s.r);
     res.y0 = std::min(res.y0, s.y), res.y1 = std::max(res.y1, s.y);
@@ -232,15 +240,23 @@ bool scanModel(Img<T>& im, int sx, int sy, bool eight, const T* nv, Ok ok, int r
     if (s.y - s.dir >= 0 && s.y - s.dir < h) scan(s.y - s.dir, lo, hi, s.l, s.r, s.dir);
     scan(s.y + s.dir, lo, s.pl - 1, s.l, s.r, -s.dir);
     scan(s.y + s.dir, s.pr + 1, hi, s.l, s.r, -s.dir);
+    if (!watch || ring <= 0) continue;
+    if (idx == savedIdx && std::equal(list.begin(), list.begin() + idx, saved.begin())) return End::Cycle;
+    if (++lam == power) {
+      saved.assign(list.begin(), list.begin() + idx);
+      savedIdx = idx;
+      power *= 2;
+      lam = 0;
+    }
   }
-  return true;
+  return End::Done;
 }
 
 // Step-by-step model of the floating-range procedure with an unbounded
 // stack; a diagonal candidate is compared with the nearest pixel of the
 // popped run.
 template <class T>
-Result gradModel(Img<T>& im, int sx, int sy, bool eight, const T* nv, const T* mn, const T* mx) {
+KVT_REF_LOOP Result gradModel(Img<T>& im, int sx, int sy, bool eight, const T* nv, const T* mn, const T* mx) {
   const int w = im.w, h = im.h, cn = im.cn;
   const Img<T> orig = im;
   std::vector<uint8_t> mark((size_t)w * h, 0);
@@ -248,6 +264,7 @@ Result gradModel(Img<T>& im, int sx, int sy, bool eight, const T* nv, const T* m
   auto f = [&](int ax, int ay, int bx, int by) { return fits(orig.px(ax, ay), orig.px(bx, by), mn, mx, cn); };
   Result res;
   res.wrote = true;
+  res.maxDepth = 1;
   mark[(size_t)sy * w + sx] = 1;
   int L = sx, R = sx;
   while (free(R + 1, sy) && f(R + 1, sy, R, sy)) mark[(size_t)sy * w + ++R] = 1;
