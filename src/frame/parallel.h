@@ -22,12 +22,15 @@ constexpr int kMaxTeam = 256;
 inline int clampTeam(int n) { return n < 1 ? 1 : (n > kMaxTeam ? kMaxTeam : n); }
 
 // Runs band(y0, rows, t) over the whole height: on the calling thread when
-// threaded is false (or one thread is allowed), else as row bands. Returns
-// the number of bands used (the team size), so callers can combine
-// per-thread partials 0..n-1.
+// threaded is false (or one thread is allowed), else as row bands of at
+// most maxTeam threads (a family whose per-thread scratch was sized for a
+// given thread count caps the team at that count). Returns the number of
+// bands used (the team size), so callers can combine per-thread partials
+// 0..n-1.
 template <class Band>
-int forRowBands(int height, bool threaded, Band&& band) {
-  const int want = threaded ? clampTeam(ownGetNumThreads()) : 1;
+int forRowBands(int height, bool threaded, int maxTeam, Band&& band) {
+  const int lib = ownGetNumThreads();
+  const int want = threaded ? clampTeam(lib < maxTeam ? lib : maxTeam) : 1;
   if (want == 1) {
     band(0, height, 0);
     return 1;
@@ -47,6 +50,12 @@ int forRowBands(int height, bool threaded, Band&& band) {
     if (rows > 0) band(t * per, rows, t);
   }
   return team;
+}
+
+// The same with the team limited only by the library's thread count.
+template <class Band>
+int forRowBands(int height, bool threaded, Band&& band) {
+  return forRowBands(height, threaded, kMaxTeam, band);
 }
 
 // Pointer to row y of a plane.
