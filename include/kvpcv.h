@@ -852,6 +852,35 @@ KVP_API KvpStatus kvpiMorphBlackhatBorder_32f_C4R(const Kvp32f* pSrc, int srcSte
 /** Gradient: dilation minus erosion. */
 KVP_API KvpStatus kvpiMorphGradientBorder_32f_C4R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
 
+/** State of 8-bit erosion and dilation with a value mask; serves one call at a time. */
+typedef struct KvpiMorphGrayState_8u KvpiMorphGrayState_8u;
+/** State of float erosion and dilation with a value mask; serves one call at a time. */
+typedef struct KvpiMorphGrayState_32f KvpiMorphGrayState_32f;
+/** Bytes of a value-mask state for ROIs up to roiWidth wide, for the current thread count. */
+KVP_API KvpStatus kvpiMorphGrayGetSize_8u_C1R(int roiWidth, KvpiSize maskSize, int* pSize);
+/** Builds a value-mask state in caller memory of GetSize bytes (any alignment); the values are copied. */
+KVP_API KvpStatus kvpiMorphGrayInit_8u_C1R(int roiWidth, const Kvp32s* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphGrayState_8u* pState);
+/** Allocates and builds a value-mask state. */
+KVP_API KvpStatus kvpiMorphGrayInitAlloc_8u_C1R(int roiWidth, const Kvp32s* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphGrayState_8u** ppState);
+/** Releases a value-mask state InitAlloc made; kvpStsBadArg for one Init built. */
+KVP_API KvpStatus kvpiMorphGrayFree_8u_C1R(KvpiMorphGrayState_8u* pState);
+/** Bytes of a value-mask state for ROIs up to roiWidth wide, for the current thread count. */
+KVP_API KvpStatus kvpiMorphGrayGetSize_32f_C1R(int roiWidth, KvpiSize maskSize, int* pSize);
+/** Builds a value-mask state in caller memory of GetSize bytes (any alignment); the values are copied. NaN values: kvpStsBadArg. */
+KVP_API KvpStatus kvpiMorphGrayInit_32f_C1R(int roiWidth, const Kvp32f* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphGrayState_32f* pState);
+/** Allocates and builds a value-mask state. */
+KVP_API KvpStatus kvpiMorphGrayInitAlloc_32f_C1R(int roiWidth, const Kvp32f* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphGrayState_32f** ppState);
+/** Releases a value-mask state InitAlloc made; kvpStsBadArg for one Init built. */
+KVP_API KvpStatus kvpiMorphGrayFree_32f_C1R(KvpiMorphGrayState_32f* pState);
+/** Non-flat erosion: minimum of source minus mask value over the mask, saturated to 0..255. */
+KVP_API KvpStatus kvpiGrayErodeBorder_8u_C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphGrayState_8u* pState);
+/** Non-flat dilation: maximum of source plus mask value over the mask, saturated to 0..255. */
+KVP_API KvpStatus kvpiGrayDilateBorder_8u_C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphGrayState_8u* pState);
+/** Non-flat erosion: minimum of source minus mask value over the mask (IEEE single). */
+KVP_API KvpStatus kvpiGrayErodeBorder_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphGrayState_32f* pState);
+/** Non-flat dilation: maximum of source plus mask value over the mask (IEEE single). */
+KVP_API KvpStatus kvpiGrayDilateBorder_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphGrayState_32f* pState);
+
 /* (end of morphology) */
 
 /* ======================================================================

@@ -9,14 +9,6 @@
 namespace kvp::morph {
 namespace {
 
-// The common Init / InitAlloc / GetSize checks before the mask is read.
-inline KvpStatus checkMaskArgs(KvpiSize roi, KvpiSize maskSize, KvpiPoint anchor) {
-  if (roi.width < 1 || roi.height < 1 || maskSize.width < 1 || maskSize.height < 1) return kvpStsBadSize;
-  if (anchor.x < 0 || anchor.x >= maskSize.width || anchor.y < 0 || anchor.y >= maskSize.height)
-    return kvpStsBadAnchor;
-  return kvpStsOk;
-}
-
 inline bool anyMember(const Kvp8u* m, KvpiSize maskSize) {
   const long long cells = (long long)maskSize.width * maskSize.height;
   for (long long i = 0; i < cells; ++i)
@@ -72,28 +64,6 @@ KvpStatus init(Family f, KvpiSize roi, const Kvp8u* pMask, KvpiSize maskSize, Kv
   const Kvp32u kind = f == kFlat ? kindOf<T>(kFlat, CN) : kindOf<T>(kAdv, CN);
   if (mem) return initState<Opaque, MorphHead>(mem, kind, ppState, build);
   return allocState<Opaque, MorphHead>((long long)bytes, kind, ppState, build);
-}
-
-template <class Opaque>
-KvpStatus freeOf(Opaque* p, Family f) {
-  if (!p) return kvpStsNullPtr;
-  const StateHead* h = stateHead(p);
-  if (!h || (h->kind >> 16) != (Kvp32u)f) return kvpStsBadArg;
-  return freeState(p);
-}
-
-// The working calls' checks up to the state; returns its head in *out.
-template <class T, int CN>
-KvpStatus checkCall(Family f, const T* pSrc, int srcStep, T* pDst, int dstStep, KvpiSize roi,
-                    KvpiBorderType border, void* pState, MorphHead** out) {
-  if (KvpStatus s = checkPlanes(roi, {plane(pSrc, srcStep, CN), plane(pDst, dstStep, CN)}, {pState}))
-    return s;
-  if (border != kvpBorderRepl) return kvpStsBadArg;
-  MorphHead* h = headOf(pState, kindOf<T>(f, CN));
-  if (!h) return kvpStsBadArg;
-  if (roi.width > h->maxW || (f == kAdv && roi.height > h->maxH)) return kvpStsBadSize;
-  *out = h;
-  return kvpStsOk;
 }
 
 template <class T, int CN, bool Dilate>

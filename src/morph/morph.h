@@ -35,6 +35,7 @@
 #include <type_traits>
 
 #include "frame/alloc.h"
+#include "frame/checks.h"
 #include "frame/parallel.h"
 #include "frame/state.h"
 
@@ -456,6 +457,38 @@ void flatBand(MorphHead* h, int t, const T* src, int srcStep, int W, int H, int 
     }
     sink.put(y0 + k, a, b);
   }
+}
+
+// ---- checks shared by the states and the working calls -------------------------
+
+// The common Init / InitAlloc / GetSize checks before the mask is read.
+inline KvpStatus checkMaskArgs(KvpiSize roi, KvpiSize maskSize, KvpiPoint anchor) {
+  if (roi.width < 1 || roi.height < 1 || maskSize.width < 1 || maskSize.height < 1) return kvpStsBadSize;
+  if (anchor.x < 0 || anchor.x >= maskSize.width || anchor.y < 0 || anchor.y >= maskSize.height)
+    return kvpStsBadAnchor;
+  return kvpStsOk;
+}
+
+template <class Opaque>
+inline KvpStatus freeOf(Opaque* p, Family f, Kvp32u kind = 0) {
+  if (!p) return kvpStsNullPtr;
+  const StateHead* h = stateHead(p);
+  if (!h || (h->kind >> 16) != (Kvp32u)f || (kind && h->kind != kind)) return kvpStsBadArg;
+  return freeState(p);
+}
+
+// The working calls' checks up to the state; returns its head in *out.
+template <class T, int CN>
+inline KvpStatus checkCall(Family f, const T* pSrc, int srcStep, T* pDst, int dstStep, KvpiSize roi,
+                           KvpiBorderType border, void* pState, MorphHead** out) {
+  if (KvpStatus s = checkPlanes(roi, {plane(pSrc, srcStep, CN), plane(pDst, dstStep, CN)}, {pState}))
+    return s;
+  if (border != kvpBorderRepl) return kvpStsBadArg;
+  MorphHead* h = headOf(pState, kindOf<T>(f, CN));
+  if (!h) return kvpStsBadArg;
+  if (roi.width > h->maxW || (f == kAdv && roi.height > h->maxH)) return kvpStsBadSize;
+  *out = h;
+  return kvpStsOk;
 }
 
 // ---- drivers -----------------------------------------------------------------
