@@ -881,6 +881,31 @@ KVP_API KvpStatus kvpiGrayErodeBorder_32f_C1R(const Kvp32f* pSrc, int srcStep, K
 /** Non-flat dilation: maximum of source plus mask value over the mask (IEEE single). */
 KVP_API KvpStatus kvpiGrayDilateBorder_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphGrayState_32f* pState);
 
+/** Work-buffer bytes of reconstruction on roiSize: 5 x width x height + 64. */
+KVP_API KvpStatus kvpiMorphReconstructGetBufferSize_8u_C1(KvpiSize roiSize, int* pBufSize);
+/** Reconstruction by dilation of the marker pSrcDst under the mask pSrc; norm L1: 4-connected, Inf: 8-connected. */
+KVP_API KvpStatus kvpiMorphReconstructDilate_8u_C1IR(const Kvp8u* pSrc, int srcStep, Kvp8u* pSrcDst, int srcDstStep, KvpiSize roiSize, Kvp8u* pBuf, KvpiNorm norm);
+/** Reconstruction by erosion of the marker pSrcDst above the mask pSrc; norm L1: 4-connected, Inf: 8-connected. */
+KVP_API KvpStatus kvpiMorphReconstructErode_8u_C1IR(const Kvp8u* pSrc, int srcStep, Kvp8u* pSrcDst, int srcDstStep, KvpiSize roiSize, Kvp8u* pBuf, KvpiNorm norm);
+/** Work-buffer bytes of reconstruction on roiSize: 5 x width x height + 64. */
+KVP_API KvpStatus kvpiMorphReconstructGetBufferSize_16u_C1(KvpiSize roiSize, int* pBufSize);
+/** Reconstruction by dilation of the marker pSrcDst under the mask pSrc; norm L1: 4-connected, Inf: 8-connected. */
+KVP_API KvpStatus kvpiMorphReconstructDilate_16u_C1IR(const Kvp16u* pSrc, int srcStep, Kvp16u* pSrcDst, int srcDstStep, KvpiSize roiSize, Kvp8u* pBuf, KvpiNorm norm);
+/** Reconstruction by erosion of the marker pSrcDst above the mask pSrc; norm L1: 4-connected, Inf: 8-connected. */
+KVP_API KvpStatus kvpiMorphReconstructErode_16u_C1IR(const Kvp16u* pSrc, int srcStep, Kvp16u* pSrcDst, int srcDstStep, KvpiSize roiSize, Kvp8u* pBuf, KvpiNorm norm);
+/** Work-buffer bytes of reconstruction on roiSize: 5 x width x height + 64. */
+KVP_API KvpStatus kvpiMorphReconstructGetBufferSize_32f_C1(KvpiSize roiSize, int* pBufSize);
+/** Reconstruction by dilation of the marker pSrcDst under the mask pSrc; norm L1: 4-connected, Inf: 8-connected. */
+KVP_API KvpStatus kvpiMorphReconstructDilate_32f_C1IR(const Kvp32f* pSrc, int srcStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize, Kvp8u* pBuf, KvpiNorm norm);
+/** Reconstruction by erosion of the marker pSrcDst above the mask pSrc; norm L1: 4-connected, Inf: 8-connected. */
+KVP_API KvpStatus kvpiMorphReconstructErode_32f_C1IR(const Kvp32f* pSrc, int srcStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize, Kvp8u* pBuf, KvpiNorm norm);
+/** Work-buffer bytes of reconstruction on roiSize: 5 x width x height + 64. */
+KVP_API KvpStatus kvpiMorphReconstructGetBufferSize_64f_C1(KvpiSize roiSize, int* pBufSize);
+/** Reconstruction by dilation of the marker pSrcDst under the mask pSrc; norm L1: 4-connected, Inf: 8-connected. */
+KVP_API KvpStatus kvpiMorphReconstructDilate_64f_C1IR(const Kvp64f* pSrc, int srcStep, Kvp64f* pSrcDst, int srcDstStep, KvpiSize roiSize, Kvp8u* pBuf, KvpiNorm norm);
+/** Reconstruction by erosion of the marker pSrcDst above the mask pSrc; norm L1: 4-connected, Inf: 8-connected. */
+KVP_API KvpStatus kvpiMorphReconstructErode_64f_C1IR(const Kvp64f* pSrc, int srcStep, Kvp64f* pSrcDst, int srcDstStep, KvpiSize roiSize, Kvp8u* pBuf, KvpiNorm norm);
+
 /* (end of morphology) */
 
 /* ======================================================================
