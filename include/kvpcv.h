@@ -886,6 +886,251 @@ KVP_API KvpStatus kvpiFilterGaussGetBufferSize_32f_C3R(KvpiSize roiSize, int ker
  * Morphology
  * ====================================================================== */
 
+/** State of flat erosion and dilation: mask copy and analysis, per-thread scratch; serves one call at a time. */
+typedef struct KvpiMorphState KvpiMorphState;
+/** State of the derived flat operations: as KvpiMorphState plus one intermediate image; serves one call at a time. */
+typedef struct KvpiMorphAdvState KvpiMorphAdvState;
+/** Bytes of a flat-mask state for ROIs up to roiWidth wide, for the current thread count. */
+KVP_API KvpStatus kvpiMorphologyGetSize_8u_C1R(int roiWidth, KvpiSize maskSize, int* pSize);
+/** Builds a flat-mask state in caller memory of GetSize bytes (any alignment); the mask is copied. */
+KVP_API KvpStatus kvpiMorphologyInit_8u_C1R(int roiWidth, const Kvp8u* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphState* pState);
+/** Allocates and builds a flat-mask state; kvpStsBadArg for a mask without a non-zero byte. */
+KVP_API KvpStatus kvpiMorphologyInitAlloc_8u_C1R(int roiWidth, const Kvp8u* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphState** ppState);
+/** Bytes of a flat-mask state for ROIs up to roiWidth wide, for the current thread count. */
+KVP_API KvpStatus kvpiMorphologyGetSize_8u_C3R(int roiWidth, KvpiSize maskSize, int* pSize);
+/** Builds a flat-mask state in caller memory of GetSize bytes (any alignment); the mask is copied. */
+KVP_API KvpStatus kvpiMorphologyInit_8u_C3R(int roiWidth, const Kvp8u* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphState* pState);
+/** Allocates and builds a flat-mask state; kvpStsBadArg for a mask without a non-zero byte. */
+KVP_API KvpStatus kvpiMorphologyInitAlloc_8u_C3R(int roiWidth, const Kvp8u* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphState** ppState);
+/** Bytes of a flat-mask state for ROIs up to roiWidth wide, for the current thread count. */
+KVP_API KvpStatus kvpiMorphologyGetSize_8u_C4R(int roiWidth, KvpiSize maskSize, int* pSize);
+/** Builds a flat-mask state in caller memory of GetSize bytes (any alignment); the mask is copied. */
+KVP_API KvpStatus kvpiMorphologyInit_8u_C4R(int roiWidth, const Kvp8u* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphState* pState);
+/** Allocates and builds a flat-mask state; kvpStsBadArg for a mask without a non-zero byte. */
+KVP_API KvpStatus kvpiMorphologyInitAlloc_8u_C4R(int roiWidth, const Kvp8u* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphState** ppState);
+/** Bytes of a flat-mask state for ROIs up to roiWidth wide, for the current thread count. */
+KVP_API KvpStatus kvpiMorphologyGetSize_16u_C1R(int roiWidth, KvpiSize maskSize, int* pSize);
+/** Builds a flat-mask state in caller memory of GetSize bytes (any alignment); the mask is copied. */
+KVP_API KvpStatus kvpiMorphologyInit_16u_C1R(int roiWidth, const Kvp8u* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphState* pState);
+/** Allocates and builds a flat-mask state; kvpStsBadArg for a mask without a non-zero byte. */
+KVP_API KvpStatus kvpiMorphologyInitAlloc_16u_C1R(int roiWidth, const Kvp8u* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphState** ppState);
+/** Bytes of a flat-mask state for ROIs up to roiWidth wide, for the current thread count. */
+KVP_API KvpStatus kvpiMorphologyGetSize_32f_C1R(int roiWidth, KvpiSize maskSize, int* pSize);
+/** Builds a flat-mask state in caller memory of GetSize bytes (any alignment); the mask is copied. */
+KVP_API KvpStatus kvpiMorphologyInit_32f_C1R(int roiWidth, const Kvp8u* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphState* pState);
+/** Allocates and builds a flat-mask state; kvpStsBadArg for a mask without a non-zero byte. */
+KVP_API KvpStatus kvpiMorphologyInitAlloc_32f_C1R(int roiWidth, const Kvp8u* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphState** ppState);
+/** Bytes of a flat-mask state for ROIs up to roiWidth wide, for the current thread count. */
+KVP_API KvpStatus kvpiMorphologyGetSize_32f_C3R(int roiWidth, KvpiSize maskSize, int* pSize);
+/** Builds a flat-mask state in caller memory of GetSize bytes (any alignment); the mask is copied. */
+KVP_API KvpStatus kvpiMorphologyInit_32f_C3R(int roiWidth, const Kvp8u* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphState* pState);
+/** Allocates and builds a flat-mask state; kvpStsBadArg for a mask without a non-zero byte. */
+KVP_API KvpStatus kvpiMorphologyInitAlloc_32f_C3R(int roiWidth, const Kvp8u* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphState** ppState);
+/** Bytes of a flat-mask state for ROIs up to roiWidth wide, for the current thread count. */
+KVP_API KvpStatus kvpiMorphologyGetSize_32f_C4R(int roiWidth, KvpiSize maskSize, int* pSize);
+/** Builds a flat-mask state in caller memory of GetSize bytes (any alignment); the mask is copied. */
+KVP_API KvpStatus kvpiMorphologyInit_32f_C4R(int roiWidth, const Kvp8u* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphState* pState);
+/** Allocates and builds a flat-mask state; kvpStsBadArg for a mask without a non-zero byte. */
+KVP_API KvpStatus kvpiMorphologyInitAlloc_32f_C4R(int roiWidth, const Kvp8u* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphState** ppState);
+/** Releases a state InitAlloc made; kvpStsBadArg for one Init built. */
+KVP_API KvpStatus kvpiMorphologyFree(KvpiMorphState* pState);
+/** Dilation: maximum over the mask members (not reflected), replicated border. */
+KVP_API KvpStatus kvpiDilateBorderReplicate_8u_C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphState* pState);
+/** Erosion: minimum over the mask members, replicated border. */
+KVP_API KvpStatus kvpiErodeBorderReplicate_8u_C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphState* pState);
+/** Dilation: maximum over the mask members (not reflected), replicated border. */
+KVP_API KvpStatus kvpiDilateBorderReplicate_8u_C3R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphState* pState);
+/** Erosion: minimum over the mask members, replicated border. */
+KVP_API KvpStatus kvpiErodeBorderReplicate_8u_C3R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphState* pState);
+/** Dilation: maximum over the mask members (not reflected), replicated border. */
+KVP_API KvpStatus kvpiDilateBorderReplicate_8u_C4R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphState* pState);
+/** Erosion: minimum over the mask members, replicated border. */
+KVP_API KvpStatus kvpiErodeBorderReplicate_8u_C4R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphState* pState);
+/** Dilation: maximum over the mask members (not reflected), replicated border. */
+KVP_API KvpStatus kvpiDilateBorderReplicate_16u_C1R(const Kvp16u* pSrc, int srcStep, Kvp16u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphState* pState);
+/** Erosion: minimum over the mask members, replicated border. */
+KVP_API KvpStatus kvpiErodeBorderReplicate_16u_C1R(const Kvp16u* pSrc, int srcStep, Kvp16u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphState* pState);
+/** Dilation: maximum over the mask members (not reflected), replicated border. */
+KVP_API KvpStatus kvpiDilateBorderReplicate_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphState* pState);
+/** Erosion: minimum over the mask members, replicated border. */
+KVP_API KvpStatus kvpiErodeBorderReplicate_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphState* pState);
+/** Dilation: maximum over the mask members (not reflected), replicated border. */
+KVP_API KvpStatus kvpiDilateBorderReplicate_32f_C3R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphState* pState);
+/** Erosion: minimum over the mask members, replicated border. */
+KVP_API KvpStatus kvpiErodeBorderReplicate_32f_C3R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphState* pState);
+/** Dilation: maximum over the mask members (not reflected), replicated border. */
+KVP_API KvpStatus kvpiDilateBorderReplicate_32f_C4R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphState* pState);
+/** Erosion: minimum over the mask members, replicated border. */
+KVP_API KvpStatus kvpiErodeBorderReplicate_32f_C4R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphState* pState);
+/** Bytes of a derived-operation state for ROIs up to roiSize, for the current thread count. */
+KVP_API KvpStatus kvpiMorphAdvGetSize_8u_C1R(KvpiSize roiSize, KvpiSize maskSize, int* pSize);
+/** Builds a derived-operation state in caller memory of GetSize bytes (any alignment). */
+KVP_API KvpStatus kvpiMorphAdvInit_8u_C1R(KvpiSize roiSize, const Kvp8u* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphAdvState* pState);
+/** Allocates and builds a derived-operation state. */
+KVP_API KvpStatus kvpiMorphAdvInitAlloc_8u_C1R(KvpiSize roiSize, const Kvp8u* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphAdvState** ppState);
+/** Bytes of a derived-operation state for ROIs up to roiSize, for the current thread count. */
+KVP_API KvpStatus kvpiMorphAdvGetSize_8u_C3R(KvpiSize roiSize, KvpiSize maskSize, int* pSize);
+/** Builds a derived-operation state in caller memory of GetSize bytes (any alignment). */
+KVP_API KvpStatus kvpiMorphAdvInit_8u_C3R(KvpiSize roiSize, const Kvp8u* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphAdvState* pState);
+/** Allocates and builds a derived-operation state. */
+KVP_API KvpStatus kvpiMorphAdvInitAlloc_8u_C3R(KvpiSize roiSize, const Kvp8u* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphAdvState** ppState);
+/** Bytes of a derived-operation state for ROIs up to roiSize, for the current thread count. */
+KVP_API KvpStatus kvpiMorphAdvGetSize_8u_C4R(KvpiSize roiSize, KvpiSize maskSize, int* pSize);
+/** Builds a derived-operation state in caller memory of GetSize bytes (any alignment). */
+KVP_API KvpStatus kvpiMorphAdvInit_8u_C4R(KvpiSize roiSize, const Kvp8u* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphAdvState* pState);
+/** Allocates and builds a derived-operation state. */
+KVP_API KvpStatus kvpiMorphAdvInitAlloc_8u_C4R(KvpiSize roiSize, const Kvp8u* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphAdvState** ppState);
+/** Bytes of a derived-operation state for ROIs up to roiSize, for the current thread count. */
+KVP_API KvpStatus kvpiMorphAdvGetSize_16u_C1R(KvpiSize roiSize, KvpiSize maskSize, int* pSize);
+/** Builds a derived-operation state in caller memory of GetSize bytes (any alignment). */
+KVP_API KvpStatus kvpiMorphAdvInit_16u_C1R(KvpiSize roiSize, const Kvp8u* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphAdvState* pState);
+/** Allocates and builds a derived-operation state. */
+KVP_API KvpStatus kvpiMorphAdvInitAlloc_16u_C1R(KvpiSize roiSize, const Kvp8u* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphAdvState** ppState);
+/** Bytes of a derived-operation state for ROIs up to roiSize, for the current thread count. */
+KVP_API KvpStatus kvpiMorphAdvGetSize_32f_C1R(KvpiSize roiSize, KvpiSize maskSize, int* pSize);
+/** Builds a derived-operation state in caller memory of GetSize bytes (any alignment). */
+KVP_API KvpStatus kvpiMorphAdvInit_32f_C1R(KvpiSize roiSize, const Kvp8u* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphAdvState* pState);
+/** Allocates and builds a derived-operation state. */
+KVP_API KvpStatus kvpiMorphAdvInitAlloc_32f_C1R(KvpiSize roiSize, const Kvp8u* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphAdvState** ppState);
+/** Bytes of a derived-operation state for ROIs up to roiSize, for the current thread count. */
+KVP_API KvpStatus kvpiMorphAdvGetSize_32f_C3R(KvpiSize roiSize, KvpiSize maskSize, int* pSize);
+/** Builds a derived-operation state in caller memory of GetSize bytes (any alignment). */
+KVP_API KvpStatus kvpiMorphAdvInit_32f_C3R(KvpiSize roiSize, const Kvp8u* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphAdvState* pState);
+/** Allocates and builds a derived-operation state. */
+KVP_API KvpStatus kvpiMorphAdvInitAlloc_32f_C3R(KvpiSize roiSize, const Kvp8u* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphAdvState** ppState);
+/** Bytes of a derived-operation state for ROIs up to roiSize, for the current thread count. */
+KVP_API KvpStatus kvpiMorphAdvGetSize_32f_C4R(KvpiSize roiSize, KvpiSize maskSize, int* pSize);
+/** Builds a derived-operation state in caller memory of GetSize bytes (any alignment). */
+KVP_API KvpStatus kvpiMorphAdvInit_32f_C4R(KvpiSize roiSize, const Kvp8u* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphAdvState* pState);
+/** Allocates and builds a derived-operation state. */
+KVP_API KvpStatus kvpiMorphAdvInitAlloc_32f_C4R(KvpiSize roiSize, const Kvp8u* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphAdvState** ppState);
+/** Releases a derived-operation state InitAlloc made; kvpStsBadArg for one Init built. */
+KVP_API KvpStatus kvpiMorphAdvFree(KvpiMorphAdvState* pState);
+/** Opening: dilation of the erosion. */
+KVP_API KvpStatus kvpiMorphOpenBorder_8u_C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Closing: erosion of the dilation. */
+KVP_API KvpStatus kvpiMorphCloseBorder_8u_C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Top-hat: source minus opening (integers saturate at 0). */
+KVP_API KvpStatus kvpiMorphTophatBorder_8u_C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Black-hat: closing minus source (integers saturate at 0). */
+KVP_API KvpStatus kvpiMorphBlackhatBorder_8u_C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Gradient: dilation minus erosion. */
+KVP_API KvpStatus kvpiMorphGradientBorder_8u_C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Opening: dilation of the erosion. */
+KVP_API KvpStatus kvpiMorphOpenBorder_8u_C3R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Closing: erosion of the dilation. */
+KVP_API KvpStatus kvpiMorphCloseBorder_8u_C3R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Top-hat: source minus opening (integers saturate at 0). */
+KVP_API KvpStatus kvpiMorphTophatBorder_8u_C3R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Black-hat: closing minus source (integers saturate at 0). */
+KVP_API KvpStatus kvpiMorphBlackhatBorder_8u_C3R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Gradient: dilation minus erosion. */
+KVP_API KvpStatus kvpiMorphGradientBorder_8u_C3R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Opening: dilation of the erosion. */
+KVP_API KvpStatus kvpiMorphOpenBorder_8u_C4R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Closing: erosion of the dilation. */
+KVP_API KvpStatus kvpiMorphCloseBorder_8u_C4R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Top-hat: source minus opening (integers saturate at 0). */
+KVP_API KvpStatus kvpiMorphTophatBorder_8u_C4R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Black-hat: closing minus source (integers saturate at 0). */
+KVP_API KvpStatus kvpiMorphBlackhatBorder_8u_C4R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Gradient: dilation minus erosion. */
+KVP_API KvpStatus kvpiMorphGradientBorder_8u_C4R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Opening: dilation of the erosion. */
+KVP_API KvpStatus kvpiMorphOpenBorder_16u_C1R(const Kvp16u* pSrc, int srcStep, Kvp16u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Closing: erosion of the dilation. */
+KVP_API KvpStatus kvpiMorphCloseBorder_16u_C1R(const Kvp16u* pSrc, int srcStep, Kvp16u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Top-hat: source minus opening (integers saturate at 0). */
+KVP_API KvpStatus kvpiMorphTophatBorder_16u_C1R(const Kvp16u* pSrc, int srcStep, Kvp16u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Black-hat: closing minus source (integers saturate at 0). */
+KVP_API KvpStatus kvpiMorphBlackhatBorder_16u_C1R(const Kvp16u* pSrc, int srcStep, Kvp16u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Gradient: dilation minus erosion. */
+KVP_API KvpStatus kvpiMorphGradientBorder_16u_C1R(const Kvp16u* pSrc, int srcStep, Kvp16u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Opening: dilation of the erosion. */
+KVP_API KvpStatus kvpiMorphOpenBorder_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Closing: erosion of the dilation. */
+KVP_API KvpStatus kvpiMorphCloseBorder_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Top-hat: source minus opening (integers saturate at 0). */
+KVP_API KvpStatus kvpiMorphTophatBorder_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Black-hat: closing minus source (integers saturate at 0). */
+KVP_API KvpStatus kvpiMorphBlackhatBorder_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Gradient: dilation minus erosion. */
+KVP_API KvpStatus kvpiMorphGradientBorder_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Opening: dilation of the erosion. */
+KVP_API KvpStatus kvpiMorphOpenBorder_32f_C3R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Closing: erosion of the dilation. */
+KVP_API KvpStatus kvpiMorphCloseBorder_32f_C3R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Top-hat: source minus opening (integers saturate at 0). */
+KVP_API KvpStatus kvpiMorphTophatBorder_32f_C3R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Black-hat: closing minus source (integers saturate at 0). */
+KVP_API KvpStatus kvpiMorphBlackhatBorder_32f_C3R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Gradient: dilation minus erosion. */
+KVP_API KvpStatus kvpiMorphGradientBorder_32f_C3R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Opening: dilation of the erosion. */
+KVP_API KvpStatus kvpiMorphOpenBorder_32f_C4R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Closing: erosion of the dilation. */
+KVP_API KvpStatus kvpiMorphCloseBorder_32f_C4R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Top-hat: source minus opening (integers saturate at 0). */
+KVP_API KvpStatus kvpiMorphTophatBorder_32f_C4R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Black-hat: closing minus source (integers saturate at 0). */
+KVP_API KvpStatus kvpiMorphBlackhatBorder_32f_C4R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+/** Gradient: dilation minus erosion. */
+KVP_API KvpStatus kvpiMorphGradientBorder_32f_C4R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphAdvState* pState);
+
+/** State of 8-bit erosion and dilation with a value mask; serves one call at a time. */
+typedef struct KvpiMorphGrayState_8u KvpiMorphGrayState_8u;
+/** State of float erosion and dilation with a value mask; serves one call at a time. */
+typedef struct KvpiMorphGrayState_32f KvpiMorphGrayState_32f;
+/** Bytes of a value-mask state for ROIs up to roiWidth wide, for the current thread count. */
+KVP_API KvpStatus kvpiMorphGrayGetSize_8u_C1R(int roiWidth, KvpiSize maskSize, int* pSize);
+/** Builds a value-mask state in caller memory of GetSize bytes (any alignment); the values are copied. */
+KVP_API KvpStatus kvpiMorphGrayInit_8u_C1R(int roiWidth, const Kvp32s* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphGrayState_8u* pState);
+/** Allocates and builds a value-mask state. */
+KVP_API KvpStatus kvpiMorphGrayInitAlloc_8u_C1R(int roiWidth, const Kvp32s* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphGrayState_8u** ppState);
+/** Releases a value-mask state InitAlloc made; kvpStsBadArg for one Init built. */
+KVP_API KvpStatus kvpiMorphGrayFree_8u_C1R(KvpiMorphGrayState_8u* pState);
+/** Bytes of a value-mask state for ROIs up to roiWidth wide, for the current thread count. */
+KVP_API KvpStatus kvpiMorphGrayGetSize_32f_C1R(int roiWidth, KvpiSize maskSize, int* pSize);
+/** Builds a value-mask state in caller memory of GetSize bytes (any alignment); the values are copied. NaN values: kvpStsBadArg. */
+KVP_API KvpStatus kvpiMorphGrayInit_32f_C1R(int roiWidth, const Kvp32f* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphGrayState_32f* pState);
+/** Allocates and builds a value-mask state. */
+KVP_API KvpStatus kvpiMorphGrayInitAlloc_32f_C1R(int roiWidth, const Kvp32f* pMask, KvpiSize maskSize, KvpiPoint anchor, KvpiMorphGrayState_32f** ppState);
+/** Releases a value-mask state InitAlloc made; kvpStsBadArg for one Init built. */
+KVP_API KvpStatus kvpiMorphGrayFree_32f_C1R(KvpiMorphGrayState_32f* pState);
+/** Non-flat erosion: minimum of source minus mask value over the mask, saturated to 0..255. */
+KVP_API KvpStatus kvpiGrayErodeBorder_8u_C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphGrayState_8u* pState);
+/** Non-flat dilation: maximum of source plus mask value over the mask, saturated to 0..255. */
+KVP_API KvpStatus kvpiGrayDilateBorder_8u_C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphGrayState_8u* pState);
+/** Non-flat erosion: minimum of source minus mask value over the mask (IEEE single). */
+KVP_API KvpStatus kvpiGrayErodeBorder_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphGrayState_32f* pState);
+/** Non-flat dilation: maximum of source plus mask value over the mask (IEEE single). */
+KVP_API KvpStatus kvpiGrayDilateBorder_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiBorderType borderType, KvpiMorphGrayState_32f* pState);
+
+/** Work-buffer bytes of reconstruction on roiSize: 5 x width x height + 64. */
+KVP_API KvpStatus kvpiMorphReconstructGetBufferSize_8u_C1(KvpiSize roiSize, int* pBufSize);
+/** Reconstruction by dilation of the marker pSrcDst under the mask pSrc; norm L1: 4-connected, Inf: 8-connected. */
+KVP_API KvpStatus kvpiMorphReconstructDilate_8u_C1IR(const Kvp8u* pSrc, int srcStep, Kvp8u* pSrcDst, int srcDstStep, KvpiSize roiSize, Kvp8u* pBuf, KvpiNorm norm);
+/** Reconstruction by erosion of the marker pSrcDst above the mask pSrc; norm L1: 4-connected, Inf: 8-connected. */
+KVP_API KvpStatus kvpiMorphReconstructErode_8u_C1IR(const Kvp8u* pSrc, int srcStep, Kvp8u* pSrcDst, int srcDstStep, KvpiSize roiSize, Kvp8u* pBuf, KvpiNorm norm);
+/** Work-buffer bytes of reconstruction on roiSize: 5 x width x height + 64. */
+KVP_API KvpStatus kvpiMorphReconstructGetBufferSize_16u_C1(KvpiSize roiSize, int* pBufSize);
+/** Reconstruction by dilation of the marker pSrcDst under the mask pSrc; norm L1: 4-connected, Inf: 8-connected. */
+KVP_API KvpStatus kvpiMorphReconstructDilate_16u_C1IR(const Kvp16u* pSrc, int srcStep, Kvp16u* pSrcDst, int srcDstStep, KvpiSize roiSize, Kvp8u* pBuf, KvpiNorm norm);
+/** Reconstruction by erosion of the marker pSrcDst above the mask pSrc; norm L1: 4-connected, Inf: 8-connected. */
+KVP_API KvpStatus kvpiMorphReconstructErode_16u_C1IR(const Kvp16u* pSrc, int srcStep, Kvp16u* pSrcDst, int srcDstStep, KvpiSize roiSize, Kvp8u* pBuf, KvpiNorm norm);
+/** Work-buffer bytes of reconstruction on roiSize: 5 x width x height + 64. */
+KVP_API KvpStatus kvpiMorphReconstructGetBufferSize_32f_C1(KvpiSize roiSize, int* pBufSize);
+/** Reconstruction by dilation of the marker pSrcDst under the mask pSrc; norm L1: 4-connected, Inf: 8-connected. */
+KVP_API KvpStatus kvpiMorphReconstructDilate_32f_C1IR(const Kvp32f* pSrc, int srcStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize, Kvp8u* pBuf, KvpiNorm norm);
+/** Reconstruction by erosion of the marker pSrcDst above the mask pSrc; norm L1: 4-connected, Inf: 8-connected. */
+KVP_API KvpStatus kvpiMorphReconstructErode_32f_C1IR(const Kvp32f* pSrc, int srcStep, Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize, Kvp8u* pBuf, KvpiNorm norm);
+/** Work-buffer bytes of reconstruction on roiSize: 5 x width x height + 64. */
+KVP_API KvpStatus kvpiMorphReconstructGetBufferSize_64f_C1(KvpiSize roiSize, int* pBufSize);
+/** Reconstruction by dilation of the marker pSrcDst under the mask pSrc; norm L1: 4-connected, Inf: 8-connected. */
+KVP_API KvpStatus kvpiMorphReconstructDilate_64f_C1IR(const Kvp64f* pSrc, int srcStep, Kvp64f* pSrcDst, int srcDstStep, KvpiSize roiSize, Kvp8u* pBuf, KvpiNorm norm);
+/** Reconstruction by erosion of the marker pSrcDst above the mask pSrc; norm L1: 4-connected, Inf: 8-connected. */
+KVP_API KvpStatus kvpiMorphReconstructErode_64f_C1IR(const Kvp64f* pSrc, int srcStep, Kvp64f* pSrcDst, int srcDstStep, KvpiSize roiSize, Kvp8u* pBuf, KvpiNorm norm);
+
 /* (end of morphology) */
 
 /* ======================================================================
