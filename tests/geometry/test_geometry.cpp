@@ -443,11 +443,6 @@ TEST(GeometryLine, HandPaths) {
 
 // ---- statuses in check order, nothing written on failure -----------------------------
 
-struct StatusCase {
-  const char* what;
-  KvpStatus want;
-};
-
 TEST(GeometryStatus, UndistortAndMap) {
   kvt::Rng rng = kvt::makeRng(70);
   Plane<float> src(6, 4, 1, rng, 8), dst(6, 4, 1, rng, 8);
