@@ -1,8 +1,6 @@
 // Line sampling: the pixels of the 8-connected digital line from pt1 to pt2,
-// in order. Compiled once per code path: the first steps with a branch on
-// the error term, the second (for in-order cores, where a mispredicted
-// branch stalls the pipeline) with masks instead of the branch. Both visit
-// the same pixels.
+// in order. Compiled once per code path, giving each function its two
+// bodies.
 //
 // Pixel k lies at major coordinate pt1 + k and at minor coordinate the
 // integer nearest to k * m / M, ties towards pt1, kept incrementally in the
@@ -44,18 +42,15 @@ KvpStatus sampleLine(const T* pSrc, int srcStep, KvpiSize roi, T* pDst, KvpiPoin
     for (int c = 0; c < C; ++c) pDst[k * C + c] = px[c];
     if (k == M) break;
     __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(p) + (uintptr_t)ahead));
-#ifdef KVP_VARIANT_N8
-    const long long neg = e >> 63;  // all ones when e < 0
-    p += major + (minor & neg);
-    e += (up & neg) - down;
-#else
+    // A branch on the error term: its pattern repeats along the line and is
+    // predicted well, which beats a branch-free update whose every step
+    // waits on the previous one.
     if (e < 0) {
       p += minor;
       e += up;
     }
     p += major;
     e -= down;
-#endif
   }
   return kvpStsOk;
 }

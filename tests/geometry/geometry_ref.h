@@ -9,7 +9,6 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <initializer_list>
 #include <type_traits>
 
 #include "kvpcv.h"
@@ -171,25 +170,6 @@ void sampleLine(const T* src, int srcStep, T* dst, KvpiPoint p1, KvpiPoint p2) {
 }
 
 // ---- statuses in check order -------------------------------------------------------
-
-// Pointers, size, steps (planes in order), multiples of wider elements.
-struct PlaneCk {
-  bool null;
-  long long step, rowBytes;
-  int elem;
-};
-
-inline KvpStatus common(std::initializer_list<PlaneCk> planes, bool extraNull, long long w, long long h) {
-  for (const auto& p : planes)
-    if (p.null) return kvpStsNullPtr;
-  if (extraNull) return kvpStsNullPtr;
-  if (w < 1 || h < 1) return kvpStsBadSize;
-  for (const auto& p : planes)
-    if (p.step < p.rowBytes) return kvpStsBadStep;
-  for (const auto& p : planes)
-    if (p.elem > 1 && p.step % p.elem != 0) return kvpStsStepNotMultiple;
-  return kvpStsOk;
-}
 
 inline bool inSubpixRange(float d) { return d >= 0.f && d < 1.f; }
 
