@@ -1,11 +1,7 @@
 // Undistortion, sub-pixel copies and line sampling beside their OpenCV
 // counterparts: cv::undistort and cv::initUndistortRectifyMap (no new
 // camera matrix, CV_32FC1 maps), cv::getRectSubPix, and a cv::LineIterator
-// loop. The two calibration functions live in OpenCV's calib3d library,
-// which the benchmark does not link; it is opened at run time and the rows
-// are skipped where it cannot be.
-#include <dlfcn.h>
-
+// loop.
 #include <algorithm>
 #include <cstdlib>
 #include <vector>
@@ -161,28 +157,6 @@ void BM_SampleLine_8u_C1_kvp(benchmark::State& st) {
 }
 
 #ifdef KVP_HAVE_OPENCV
-// The calibration functions, from calib3d opened at run time.
-struct Calib3d {
-  decltype(&cv::undistort) undistort = nullptr;
-  decltype(static_cast<void (*)(cv::InputArray, cv::InputArray, cv::InputArray, cv::InputArray, cv::Size, int,
-                                cv::OutputArray, cv::OutputArray)>(&cv::initUndistortRectifyMap)) initMap =
-      nullptr;
-  Calib3d() {
-    if (void* h = dlopen("libopencv_calib3d.so.406", RTLD_NOW | RTLD_GLOBAL)) {
-      undistort = reinterpret_cast<decltype(undistort)>(
-          dlsym(h, "_ZN2cv9undistortERKNS_11_InputArrayERKNS_12_OutputArrayES2_S2_S2_"));
-      initMap =
-          reinterpret_cast<decltype(initMap)>(dlsym(h,
-                                                    "_ZN2cv23initUndistortRectifyMapERKNS_11_InputArrayES2_"
-                                                    "S2_S2_NS_5Size_IiEEiRKNS_12_OutputArrayES7_"));
-    }
-  }
-};
-const Calib3d& calib3d() {
-  static const Calib3d c;
-  return c;
-}
-
 cv::Mat cameraMatrix(const Lens& L) {
   return (cv::Mat_<double>(3, 3) << L.fx, 0, L.cx, 0, L.fy, L.cy, 0, 0, 1);
 }
@@ -190,17 +164,13 @@ cv::Mat cameraMatrix(const Lens& L) {
 template <int Type>
 void undistortOcv(benchmark::State& st) {
   const kvpb::Setup s(st);
-  if (!calib3d().undistort) {
-    st.SkipWithError("calib3d not available");
-    return;
-  }
   const Lens L(s);
   cv::Mat src(s.height, s.width, Type), dst;
   cv::randu(src, 0, 256);
   const cv::Mat K = cameraMatrix(L);
   const cv::Mat dist = (cv::Mat_<double>(1, 4) << L.k1, L.k2, 0, 0);
   for (auto _ : st) {
-    calib3d().undistort(src, dst, K, dist, cv::noArray());
+    cv::undistort(src, dst, K, dist, cv::noArray());
     benchmark::ClobberMemory();
   }
   kvpb::setBytes(st, 2 * s.pixels() * (long long)src.elemSize());
@@ -211,16 +181,12 @@ void BM_UndistortRadial_32f_C1_ocv(benchmark::State& st) { undistortOcv<CV_32FC1
 
 void BM_CreateMapCameraUndistort_ocv(benchmark::State& st) {
   const kvpb::Setup s(st);
-  if (!calib3d().initMap) {
-    st.SkipWithError("calib3d not available");
-    return;
-  }
   const Lens L(s);
   const cv::Mat K = cameraMatrix(L);
   const cv::Mat dist = (cv::Mat_<double>(1, 4) << L.k1, L.k2, L.p1, L.p2);
   cv::Mat mx, my;
   for (auto _ : st) {
-    calib3d().initMap(K, dist, cv::noArray(), K, cv::Size(s.width, s.height), CV_32FC1, mx, my);
+    cv::initUndistortRectifyMap(K, dist, cv::noArray(), K, cv::Size(s.width, s.height), CV_32FC1, mx, my);
     benchmark::ClobberMemory();
   }
   kvpb::setBytes(st, 8 * s.pixels());
