@@ -174,8 +174,8 @@ KVT_REF_LOOP TD deviation(const TS s[4], const TQ q[4], long long cnt, int sf) {
     float var = (float)wrapDiff(q[0], q[1], q[2], q[3]) / n - mean * mean;
     if (var < 0.f) var = 0.f;
     const double t = std::sqrt((double)var) * scaleOf(sf) + 0.5;
-    if (!(t < 2147483648.0)) return INT_MAX;  // also NaN: infinite scale times 0
-    return (int32_t)t;
+    if (!(t < 2147483648.0)) return static_cast<TD>(INT_MAX);  // also NaN: infinite scale times 0
+    return static_cast<TD>((int32_t)t);
   }
 }
 

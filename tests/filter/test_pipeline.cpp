@@ -71,7 +71,7 @@ RowCase<Kvp32f, Kvp32f, Kvp32f> row32(const char* name, int ch, F f, G g) {
                                         int, Kvp32f, Kvp8u*>)
         return f(s, ss, d, r, k, n, a, b, *v, buf);
       else
-        return kvpStsError;
+        return (void)f, kvpStsError;
     };
   else
     c.call = [f](const Kvp32f* s, int ss, Kvp32f** d, KvpiSize r, const Kvp32f* k, int n, int a, int b,
@@ -80,7 +80,7 @@ RowCase<Kvp32f, Kvp32f, Kvp32f> row32(const char* name, int ch, F f, G g) {
                                         int, const Kvp32f*, Kvp8u*>)
         return f(s, ss, d, r, k, n, a, b, v, buf);
       else
-        return kvpStsError;
+        return (void)f, kvpStsError;
     };
   return c;
 }
