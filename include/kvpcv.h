@@ -649,6 +649,16 @@ KVP_API KvpStatus kvpiHoughLine_Region_8u32f_C1R(const Kvp8u* pSrc, int srcStep,
  * Statistics: means, standard deviations, extrema with locations
  * ====================================================================== */
 
+/* Over one channel (C1) or channel coi of three (C3C), every pixel (R) or the
+ * pixels with a non-zero mask byte (MR). Checks: null source, mask or (all)
+ * outputs, then size, source then mask step, 16u/32f step multiple, coi.
+ * Integer means and deviations are correctly rounded from exact sums; 32f
+ * sums run in double after subtracting the first selected value, in a fixed
+ * order (identical bits at every thread count); a selected NaN or infinity
+ * makes the 32f mean and deviation NaN. Nothing selected: mean, deviation,
+ * minimum and maximum 0, locations {-1, -1}. Locations are the first
+ * occurrence in row-major order, relative to the ROI. */
+
 /** mean of src where mask != 0 (0 when nothing is selected); integer types exact */
 KVP_API KvpStatus kvpiMean_8u_C1MR(const Kvp8u* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, KvpiSize roiSize, Kvp64f* pMean);
 /** mean of channel coi (1..3) where mask != 0 (0 when nothing is selected) */

@@ -228,24 +228,6 @@ TEST(Stats, LargeMeanIsExact) {
   }
 }
 
-// Tall images, one band per thread: the extremes first occur in the first
-// band's last row and again in later bands; the first must win.
-TEST(Stats, FirstOccurrenceAcrossBands) {
-  kvt::Rng rng = kvt::makeRng(5);
-  for (int threads : {2, 3, 8}) {
-    kvt::Threads scope(threads);
-    const int h = 2048, w = 160, y0 = h / threads - 1;
-    Plane<Kvp16u> t(w, h, 1, rng);
-    t.fill([&] { return (Kvp16u)(1000 + rng() % 1000); });
-    for (int y = y0; y < h; y += 97) t.at(w - 1 - y % w, y) = 7, t.at(y % w, y) = 60000;
-    Out o;
-    const OutPtrs p = ptrs(o, kMinMax);
-    ASSERT_EQ(kvpiMinMaxIndx_16u_C1R(t.roi(), t.step(), t.size(), p.mn, p.mx, p.lmn, p.lmx), kvpStsOk);
-    EXPECT_TRUE(o.mn == 7 && o.lmn.y == y0 && o.lmn.x == w - 1 - y0 % w) << threads;
-    EXPECT_TRUE(o.mx == 60000 && o.lmx.y == y0 && o.lmx.x == y0 % w) << threads;
-  }
-}
-
 // Rows long enough to flush the vector partials several times, at the
 // largest values.
 TEST(Stats, LongRows) {
