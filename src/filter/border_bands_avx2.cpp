@@ -2,6 +2,8 @@
 // run time when the processor has them. Results equal the baseline's bit
 // for bit (integer sums are exact, float sums keep their order, nothing is
 // contracted).
+#include <immintrin.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -16,6 +18,7 @@
 #pragma GCC push_options
 #pragma GCC target("avx2")
 #define KVP_BF_ISA avx2
+#define KVP_BF_AVX2 1
 #define KVP_BF_TABLE kBandsAvx2
 #include "filter/border_bands.h"
 #pragma GCC pop_options

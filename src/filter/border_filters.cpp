@@ -200,7 +200,7 @@ KvpStatus gauss(GaussKind kind, const S* pSrc, int srcStep, S* pDst, int dstStep
   else
     gaussTapsInt(k, sigma, sizeof(S) == 1 ? 8 : 16, reinterpret_cast<int32_t*>(base), weights);
   job.taps = base;
-  const int side = k == 3 ? 0 : (k == 5 ? 1 : (k == 7 ? 2 : 3));
+  const int side = k <= 15 ? k / 2 - 1 : 7;
   run(bands().gauss[kind][side], job, roi);
   return kvpStsOk;
 }
