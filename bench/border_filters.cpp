@@ -235,27 +235,27 @@ void BM_Border_cv(benchmark::State& st) {
   }
   kvpb::setBytes(st, s.pixels() * sh.ch);
 }
-#define BORDER_PAIR(K)                                       \
-  KVP_BENCH(BM_Border_kvp<K>)->Name("BM_Border_" #K "_kvp"); \
-  KVP_BENCH(BM_Border_cv<K>)->Name("BM_Border_" #K "_cv")
+#define BORDER_PAIR(K, NAME)                                    \
+  KVP_BENCH(BM_Border_kvp<K>)->Name("BM_Border_" #NAME "_kvp"); \
+  KVP_BENCH(BM_Border_cv<K>)->Name("BM_Border_" #NAME "_ocv")
 #else
-#define BORDER_PAIR(K) KVP_BENCH(BM_Border_kvp<K>)->Name("BM_Border_" #K "_kvp")
+#define BORDER_PAIR(K, NAME) KVP_BENCH(BM_Border_kvp<K>)->Name("BM_Border_" #NAME "_kvp")
 #endif
 
-BORDER_PAIR(kSobel3);
-BORDER_PAIR(kSobel5);
-BORDER_PAIR(kSobel32f);
-BORDER_PAIR(kScharr);
-BORDER_PAIR(kLaplacian3);
-BORDER_PAIR(kLaplacian5);
-BORDER_PAIR(kBlur3);
-BORDER_PAIR(kBlur5);
-BORDER_PAIR(kBlur32f);
-BORDER_PAIR(kBlurC3);
-BORDER_PAIR(kGauss5);
-BORDER_PAIR(kGauss11);
-BORDER_PAIR(kGaussC3);
-BORDER_PAIR(kGauss16u);
-BORDER_PAIR(kGauss32f);
+BORDER_PAIR(kSobel3, SobelVert3x3_8u16s);
+BORDER_PAIR(kSobel5, SobelVert5x5_8u16s);
+BORDER_PAIR(kSobel32f, SobelVert3x3_32f);
+BORDER_PAIR(kScharr, ScharrVert_8u16s);
+BORDER_PAIR(kLaplacian3, Laplacian3x3_8u16s);
+BORDER_PAIR(kLaplacian5, Laplacian5x5_8u16s);
+BORDER_PAIR(kBlur3, Lowpass3x3_8u);
+BORDER_PAIR(kBlur5, Lowpass5x5_8u);
+BORDER_PAIR(kBlur32f, Lowpass3x3_32f);
+BORDER_PAIR(kBlurC3, Lowpass3x3_8u_C3);
+BORDER_PAIR(kGauss5, Gauss5_8u);
+BORDER_PAIR(kGauss11, Gauss11_8u);
+BORDER_PAIR(kGaussC3, Gauss5_8u_C3);
+BORDER_PAIR(kGauss16u, Gauss5_16u);
+BORDER_PAIR(kGauss32f, Gauss5_32f);
 
 }  // namespace
