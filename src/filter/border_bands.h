@@ -23,6 +23,12 @@ template <const auto& A, const auto& B, int K>
 constexpr BandFn sep[3] = {fixedBand<Sep<A, B, K, Kvp8u, int16_t>>, fixedBand<Sep<A, B, K, Kvp8s, int16_t>>,
                            fixedBand<Sep<A, B, K, float, float>>};
 
+#define KVP_BF_SIDES(...)                                                                     \
+  {                                                                                           \
+    (__VA_ARGS__)[0], (__VA_ARGS__)[1], (__VA_ARGS__)[2], (__VA_ARGS__)[3], (__VA_ARGS__)[4], \
+        (__VA_ARGS__)[5], (__VA_ARGS__)[6], (__VA_ARGS__)[7]                                  \
+  }
+
 // Row taps A3/A5 and column taps B3/B5 of one operation, both masks.
 #define KVP_BF_SEP(A3, B3, A5, B5)                                                    \
   {                                                                                   \
@@ -31,12 +37,16 @@ constexpr BandFn sep[3] = {fixedBand<Sep<A, B, K, Kvp8u, int16_t>>, fixedBand<Se
     }                                                                                 \
   }
 
+// Sides 3, 5, ..., 15 built in, then any other.
 template <class S, int C>
-constexpr BandFn gaussIntSides[4] = {tapBand<GaussInt<3, S, C>>, tapBand<GaussInt<5, S, C>>,
-                                     tapBand<GaussInt<7, S, C>>, tapBand<GaussInt<0, S, C>>};
+constexpr BandFn gaussIntSides[8] = {tapBand<GaussInt<3, S, C>>,  tapBand<GaussInt<5, S, C>>,
+                                     tapBand<GaussInt<7, S, C>>,  tapBand<GaussInt<9, S, C>>,
+                                     tapBand<GaussInt<11, S, C>>, tapBand<GaussInt<13, S, C>>,
+                                     tapBand<GaussInt<15, S, C>>, tapBand<GaussInt<0, S, C>>};
 template <int C>
-constexpr BandFn gauss32fSides[4] = {tapBand<Gauss32f<3, C>>, tapBand<Gauss32f<5, C>>,
-                                     tapBand<Gauss32f<7, C>>, tapBand<Gauss32f<0, C>>};
+constexpr BandFn gauss32fSides[8] = {
+    tapBand<Gauss32f<3, C>>,  tapBand<Gauss32f<5, C>>,  tapBand<Gauss32f<7, C>>,  tapBand<Gauss32f<9, C>>,
+    tapBand<Gauss32f<11, C>>, tapBand<Gauss32f<13, C>>, tapBand<Gauss32f<15, C>>, tapBand<Gauss32f<0, C>>};
 
 }  // namespace
 }  // namespace KVP_BF_ISA
@@ -62,15 +72,10 @@ const BandTable KVP_BF_TABLE = {
     {{{fixedBand<Box8u<3, 1>>, fixedBand<Box8u<5, 1>>}, {fixedBand<Box8u<3, 3>>, fixedBand<Box8u<5, 3>>}},
      {{fixedBand<Box32f<3, 1>>, fixedBand<Box32f<5, 1>>},
       {fixedBand<Box32f<3, 3>>, fixedBand<Box32f<5, 3>>}}},
-    {{gaussIntSides<Kvp8u, 1>[0], gaussIntSides<Kvp8u, 1>[1], gaussIntSides<Kvp8u, 1>[2],
-      gaussIntSides<Kvp8u, 1>[3]},
-     {gaussIntSides<Kvp8u, 3>[0], gaussIntSides<Kvp8u, 3>[1], gaussIntSides<Kvp8u, 3>[2],
-      gaussIntSides<Kvp8u, 3>[3]},
-     {gaussIntSides<Kvp16u, 1>[0], gaussIntSides<Kvp16u, 1>[1], gaussIntSides<Kvp16u, 1>[2],
-      gaussIntSides<Kvp16u, 1>[3]},
-     {gauss32fSides<1>[0], gauss32fSides<1>[1], gauss32fSides<1>[2], gauss32fSides<1>[3]},
-     {gauss32fSides<3>[0], gauss32fSides<3>[1], gauss32fSides<3>[2], gauss32fSides<3>[3]}}};
+    {KVP_BF_SIDES(gaussIntSides<Kvp8u, 1>), KVP_BF_SIDES(gaussIntSides<Kvp8u, 3>),
+     KVP_BF_SIDES(gaussIntSides<Kvp16u, 1>), KVP_BF_SIDES(gauss32fSides<1>), KVP_BF_SIDES(gauss32fSides<3>)}};
 
 #undef KVP_BF_SEP
+#undef KVP_BF_SIDES
 
 }  // namespace kvp::bf

@@ -32,11 +32,15 @@ int threadsNow() {
 }
 
 // Rows of R bytes in one thread's slice.
-int sliceRows(int k, bool laplacian) { return laplacian ? 2 * k + 1 : k + 1; }
+long long sliceRows(int k, bool laplacian) { return laplacian ? 2LL * k + 1 : k + 1LL; }
 
+// The size query's bytes; anything past the int range is reported as
+// 2^31 (the products stay far inside 64 bits).
 long long bufferBytes(KvpiSize roi, int channels, int k, bool laplacian, bool gauss) {
-  return 64 + (gauss ? a64(4LL * k) : 0) +
-         (long long)threadsNow() * sliceRows(k, laplacian) * ringRow(roi.width, channels, k);
+  const long long rows = sliceRows(k, laplacian), row = ringRow(roi.width, channels, k);
+  if (rows > 2147483647LL || row > 2147483647LL || rows * row > 2147483647LL) return 2147483648LL;
+  const long long slice = rows * row;
+  return 64 + (gauss ? a64(4LL * k) : 0) + (long long)threadsNow() * slice;
 }
 
 KvpStatus storeSize(long long bytes, int* pBufferSize) {
@@ -45,7 +49,17 @@ KvpStatus storeSize(long long bytes, int* pBufferSize) {
   return kvpStsOk;
 }
 
-int maskSide(KvpiMaskSize mask, bool only3) {
+// Enum arguments as the int the caller passed (any value a C caller may
+// pass is read without assuming it is one of the enumerators).
+template <class E>
+int rawInt(const E& e) {
+  static_assert(sizeof(E) == sizeof(int));
+  int v;
+  std::memcpy(&v, &e, sizeof v);
+  return v;
+}
+
+int maskSide(int mask, bool only3) {
   if (mask == kvpMskSize3x3) return 3;
   if (mask == kvpMskSize5x5 && !only3) return 5;
   return 0;
@@ -80,7 +94,7 @@ Job makeJob(const S* src, int srcStep, void* dst, int dstStep, KvpiSize roi, int
   job.height = roi.height;
   job.border = border;
   // The values are read only for the constant border.
-  if (border == kvpBorderConst) std::memcpy(job.value, value, sizeof(S) * channels);
+  if (border == filt::kBorderConst) std::memcpy(job.value, value, sizeof(S) * channels);
   job.slices = aligned(buffer);
   job.rowBytes = ringRow(roi.width, channels, k);
   job.sliceBytes = sliceRows(k, laplacian) * job.rowBytes;
@@ -97,8 +111,8 @@ int elemIndex(const Kvp8s*) { return 1; }
 int elemIndex(const Kvp32f*) { return 2; }
 
 template <class S, class D>
-KvpStatus derivative(Op op, const S* pSrc, int srcStep, D* pDst, int dstStep, KvpiSize roi, KvpiMaskSize mask,
-                     KvpiBorderType borderType, S borderValue, Kvp8u* pBuffer) {
+KvpStatus derivative(Op op, const S* pSrc, int srcStep, D* pDst, int dstStep, KvpiSize roi, int mask,
+                     int borderType, S borderValue, Kvp8u* pBuffer) {
   if (KvpStatus s = checkPlanes(roi, {plane(pSrc, srcStep), plane(pDst, dstStep)}, {pBuffer})) return s;
   const int k = maskSide(mask, op == kScharrHoriz || op == kScharrVert);
   if (!k) return kvpStsBadMaskSize;
@@ -109,7 +123,7 @@ KvpStatus derivative(Op op, const S* pSrc, int srcStep, D* pDst, int dstStep, Kv
   return kvpStsOk;
 }
 
-KvpStatus derivativeSize(Op op, KvpiSize roi, KvpiMaskSize mask, int* pBufferSize) {
+KvpStatus derivativeSize(Op op, KvpiSize roi, int mask, int* pBufferSize) {
   if (!pBufferSize) return kvpStsNullPtr;
   if (KvpStatus s = checkSize(roi)) return s;
   const int k = maskSide(mask, op == kScharrHoriz || op == kScharrVert);
@@ -118,22 +132,21 @@ KvpStatus derivativeSize(Op op, KvpiSize roi, KvpiMaskSize mask, int* pBufferSiz
 }
 
 template <class S>
-KvpStatus lowpass(const S* pSrc, int srcStep, S* pDst, int dstStep, KvpiSize roi, int channels,
-                  KvpiMaskSize mask, KvpiBorderType borderType, const S* value, bool valueIsPointer,
-                  Kvp8u* pBuffer) {
+KvpStatus lowpass(const S* pSrc, int srcStep, S* pDst, int dstStep, KvpiSize roi, int channels, int mask,
+                  int borderType, const S* value, bool valueIsPointer, Kvp8u* pBuffer) {
   if (KvpStatus s =
           checkPlanes(roi, {plane(pSrc, srcStep, channels), plane(pDst, dstStep, channels)}, {pBuffer}))
     return s;
   const int k = maskSide(mask, false);
   if (!k) return kvpStsBadMaskSize;
   if ((unsigned)borderType > 4u) return kvpStsBadArg;
-  if (valueIsPointer && borderType == kvpBorderConst && !value) return kvpStsNullPtr;
+  if (valueIsPointer && borderType == filt::kBorderConst && !value) return kvpStsNullPtr;
   const Job job = makeJob(pSrc, srcStep, pDst, dstStep, roi, channels, k, borderType, value, pBuffer, false);
   run(bands().low[sizeof(S) == 4][channels == 3][k == 5], job, roi);
   return kvpStsOk;
 }
 
-KvpStatus lowpassSize(KvpiSize roi, int channels, KvpiMaskSize mask, int* pBufferSize) {
+KvpStatus lowpassSize(KvpiSize roi, int channels, int mask, int* pBufferSize) {
   if (!pBufferSize) return kvpStsNullPtr;
   if (KvpStatus s = checkSize(roi)) return s;
   const int k = maskSide(mask, false);
@@ -178,7 +191,7 @@ void gaussTaps32f(int k, float sigma, float* g, double* t) {
 
 template <class S>
 KvpStatus gauss(GaussKind kind, const S* pSrc, int srcStep, S* pDst, int dstStep, KvpiSize roi, int channels,
-                int kernelSize, Kvp32f sigma, KvpiBorderType borderType, const S* value, bool valueIsPointer,
+                int kernelSize, Kvp32f sigma, int borderType, const S* value, bool valueIsPointer,
                 Kvp8u* pBuffer) {
   if (KvpStatus s =
           checkPlanes(roi, {plane(pSrc, srcStep, channels), plane(pDst, dstStep, channels)}, {pBuffer}))
@@ -186,7 +199,7 @@ KvpStatus gauss(GaussKind kind, const S* pSrc, int srcStep, S* pDst, int dstStep
   if (KvpStatus s = gaussArgs(kernelSize)) return s;
   if (!(sigma > 0) || !std::isfinite(sigma)) return kvpStsBadArg;
   if ((unsigned)borderType > 4u) return kvpStsBadArg;
-  if (valueIsPointer && borderType == kvpBorderConst && !value) return kvpStsNullPtr;
+  if (valueIsPointer && borderType == filt::kBorderConst && !value) return kvpStsNullPtr;
   const int k = kernelSize;
   Kvp8u* base = aligned(pBuffer);
   Job job = makeJob(pSrc, srcStep, pDst, dstStep, roi, channels, k, borderType, value, pBuffer, false);
@@ -200,7 +213,7 @@ KvpStatus gauss(GaussKind kind, const S* pSrc, int srcStep, S* pDst, int dstStep
   else
     gaussTapsInt(k, sigma, sizeof(S) == 1 ? 8 : 16, reinterpret_cast<int32_t*>(base), weights);
   job.taps = base;
-  const int side = k == 3 ? 0 : (k == 5 ? 1 : (k == 7 ? 2 : 3));
+  const int side = k <= 15 ? k / 2 - 1 : 7;
   run(bands().gauss[kind][side], job, roi);
   return kvpStsOk;
 }
@@ -217,15 +230,16 @@ KvpStatus gaussSize(KvpiSize roi, int channels, int kernelSize, int* pBufferSize
 
 using namespace kvp::bf;
 
-#define KVP_BF_DERIV(NAME, OP, T, S, D)                                                                   \
-  KvpStatus KVP_BODY(kvpiFilter##NAME##Border_##T##_C1R)(                                                 \
-      const S* pSrc, int srcStep, D* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask,              \
-      KvpiBorderType borderType, S borderValue, Kvp8u* pBuffer) {                                         \
-    return derivative(OP, pSrc, srcStep, pDst, dstStep, roiSize, mask, borderType, borderValue, pBuffer); \
-  }                                                                                                       \
-  KvpStatus KVP_BODY(kvpiFilter##NAME##GetBufferSize_##T##_C1R)(KvpiSize roiSize, KvpiMaskSize mask,      \
-                                                                int* pBufferSize) {                       \
-    return derivativeSize(OP, roiSize, mask, pBufferSize);                                                \
+#define KVP_BF_DERIV(NAME, OP, T, S, D)                                                              \
+  KvpStatus KVP_BODY(kvpiFilter##NAME##Border_##T##_C1R)(                                            \
+      const S* pSrc, int srcStep, D* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask,         \
+      KvpiBorderType borderType, S borderValue, Kvp8u* pBuffer) {                                    \
+    return derivative(OP, pSrc, srcStep, pDst, dstStep, roiSize, rawInt(mask), rawInt(borderType),   \
+                      borderValue, pBuffer);                                                         \
+  }                                                                                                  \
+  KvpStatus KVP_BODY(kvpiFilter##NAME##GetBufferSize_##T##_C1R)(KvpiSize roiSize, KvpiMaskSize mask, \
+                                                                int* pBufferSize) {                  \
+    return derivativeSize(OP, roiSize, rawInt(mask), pBufferSize);                                   \
   }
 
 #define KVP_BF_DERIV3(NAME, OP)                \
@@ -253,12 +267,12 @@ KVP_BF_DERIV3(Laplacian, kLaplacian)
   KvpStatus KVP_BODY(kvpiFilterLowpassBorder_##T##_C##CH##R)(                                            \
       const S* pSrc, int srcStep, S* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask,             \
       KvpiBorderType borderType, KVP_BF_SMOOTH_VALUE_C##CH(S), Kvp8u* pBuffer) {                         \
-    return lowpass(pSrc, srcStep, pDst, dstStep, roiSize, CH, mask, borderType, KVP_BF_SMOOTH_ARG_C##CH, \
-                   pBuffer);                                                                             \
+    return lowpass(pSrc, srcStep, pDst, dstStep, roiSize, CH, rawInt(mask), rawInt(borderType),          \
+                   KVP_BF_SMOOTH_ARG_C##CH, pBuffer);                                                    \
   }                                                                                                      \
   KvpStatus KVP_BODY(kvpiFilterLowpassGetBufferSize_##T##_C##CH##R)(KvpiSize roiSize, KvpiMaskSize mask, \
                                                                     int* pBufferSize) {                  \
-    return lowpassSize(roiSize, CH, mask, pBufferSize);                                                  \
+    return lowpassSize(roiSize, CH, rawInt(mask), pBufferSize);                                          \
   }
 
 KVP_BF_LOWPASS(8u, Kvp8u, 1)
@@ -266,16 +280,16 @@ KVP_BF_LOWPASS(8u, Kvp8u, 3)
 KVP_BF_LOWPASS(32f, Kvp32f, 1)
 KVP_BF_LOWPASS(32f, Kvp32f, 3)
 
-#define KVP_BF_GAUSS(T, S, CH, KIND)                                                                    \
-  KvpStatus KVP_BODY(kvpiFilterGaussBorder_##T##_C##CH##R)(                                             \
-      const S* pSrc, int srcStep, S* pDst, int dstStep, KvpiSize roiSize, int kernelSize, Kvp32f sigma, \
-      KvpiBorderType borderType, KVP_BF_SMOOTH_VALUE_C##CH(S), Kvp8u* pBuffer) {                        \
-    return gauss(KIND, pSrc, srcStep, pDst, dstStep, roiSize, CH, kernelSize, sigma, borderType,        \
-                 KVP_BF_SMOOTH_ARG_C##CH, pBuffer);                                                     \
-  }                                                                                                     \
-  KvpStatus KVP_BODY(kvpiFilterGaussGetBufferSize_##T##_C##CH##R)(KvpiSize roiSize, int kernelSize,     \
-                                                                  int* pBufferSize) {                   \
-    return gaussSize(roiSize, CH, kernelSize, pBufferSize);                                             \
+#define KVP_BF_GAUSS(T, S, CH, KIND)                                                                     \
+  KvpStatus KVP_BODY(kvpiFilterGaussBorder_##T##_C##CH##R)(                                              \
+      const S* pSrc, int srcStep, S* pDst, int dstStep, KvpiSize roiSize, int kernelSize, Kvp32f sigma,  \
+      KvpiBorderType borderType, KVP_BF_SMOOTH_VALUE_C##CH(S), Kvp8u* pBuffer) {                         \
+    return gauss(KIND, pSrc, srcStep, pDst, dstStep, roiSize, CH, kernelSize, sigma, rawInt(borderType), \
+                 KVP_BF_SMOOTH_ARG_C##CH, pBuffer);                                                      \
+  }                                                                                                      \
+  KvpStatus KVP_BODY(kvpiFilterGaussGetBufferSize_##T##_C##CH##R)(KvpiSize roiSize, int kernelSize,      \
+                                                                  int* pBufferSize) {                    \
+    return gaussSize(roiSize, CH, kernelSize, pBufferSize);                                              \
   }
 
 KVP_BF_GAUSS(8u, Kvp8u, 1, kG8uC1)

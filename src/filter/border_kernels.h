@@ -21,6 +21,8 @@
 // wider instruction set in its own namespace.
 #pragma once
 
+#include <immintrin.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -32,6 +34,9 @@
 
 #ifndef KVP_BF_ISA
 #define KVP_BF_ISA base
+#endif
+#ifndef KVP_BF_AVX2
+#define KVP_BF_AVX2 0
 #endif
 
 namespace kvp::bf {
@@ -56,28 +61,50 @@ using BandFn = void (*)(const Job&, int y0, int rows, int t);
 
 inline namespace KVP_BF_ISA {
 
-// ---- sums with built-in taps ---------------------------------------------
+// ---- helpers ----------------------------------------------------------------
 
-// Sum of A[j] * ld(j) over the non-zero taps, j ascending, starting from the
-// first non-zero product (no zero product is ever formed).
-template <const auto& A, class Acc, class L, int... J>
-inline Acc tapSum(L&& ld, std::integer_sequence<int, J...>) {
+template <int J>
+using Idx = std::integral_constant<int, J>;
+
+// The J-th of the arguments (row pointers passed as values stay in
+// registers; an array of them in memory would be reloaded after every
+// store, which keeps the loops from vectorising).
+template <int J, class P0, class... P>
+inline P0 nth(P0 p0, P... p) {
+  if constexpr (J == 0)
+    return p0;
+  else
+    return nth<J - 1>(p...);
+}
+
+// Calls fn(w(g, 0), ..., w(g, K - 1)).
+template <int K, class W, class Fn>
+inline void withRows(const W& w, int g, Fn&& fn) {
+  [&]<int... J>(std::integer_sequence<int, J...>) { fn(w(g, J)...); }
+  (std::make_integer_sequence<int, K>());
+}
+
+// Calls fn(Idx<0>{}), ..., fn(Idx<N - 1>{}) in order.
+template <int N, class Fn>
+inline void unroll(Fn&& fn) {
+  [&]<int... J>(std::integer_sequence<int, J...>) { (fn(Idx<J>{}), ...); }
+  (std::make_integer_sequence<int, N>());
+}
+
+// Sum of A[j] * ld(Idx<j>) over the non-zero taps, j ascending, starting
+// from the first non-zero product (no zero product is ever formed).
+template <const auto& A, int K, class Acc, class L>
+inline Acc tapSum(L&& ld) {
   Acc acc{};
   bool started = false;
-  auto step = [&]<int I>() {
-    if constexpr (A[I] != 0) {
-      const Acc v = (Acc)((Acc)A[I] * (Acc)ld(I));
+  unroll<K>([&](auto J) {
+    if constexpr (A[J] != 0) {
+      const Acc v = (Acc)((Acc)A[J] * (Acc)ld(J));
       acc = started ? (Acc)(acc + v) : v;
       started = true;
     }
-  };
-  (step.template operator()<J>(), ...);
+  });
   return acc;
-}
-
-template <const auto& A, int K, class Acc, class L>
-inline Acc tapSum(L&& ld) {
-  return tapSum<A, Acc>(ld, std::make_integer_sequence<int, K>());
 }
 
 // ---- separable derivatives -------------------------------------------------
@@ -95,14 +122,16 @@ struct Sep {
   static void row(const S* p, T* const* outs, ptrdiff_t off, int n) {
     T* out = outs[0] + off;
 #pragma omp simd
-    for (int i = 0; i < n; ++i) out[i] = tapSum<A, K, T>([&](int j) { return (T)p[i + j]; });
+    for (int i = 0; i < n; ++i) out[i] = tapSum<A, K, T>([=](auto J) { return (T)p[i + J]; });
+  }
+  template <class... P>
+  static void colRows(D* dst, int n, P... r) {
+#pragma omp simd
+    for (int i = 0; i < n; ++i) dst[i] = tapSum<B, K, T>([=](auto J) { return nth<J>(r...)[i]; });
   }
   template <class W>
   static void col(const W& w, D* dst, int n) {
-    const T* r[K];
-    for (int j = 0; j < K; ++j) r[j] = w(0, j);
-#pragma omp simd
-    for (int i = 0; i < n; ++i) dst[i] = tapSum<B, K, T>([&](int j) { return r[j][i]; });
+    withRows<K>(w, 0, [&](auto... r) { colRows(dst, n, r...); });
   }
 };
 
@@ -122,20 +151,23 @@ struct Lap {
     T* b = outs[1] + off;
 #pragma omp simd
     for (int i = 0; i < n; ++i) {
-      a[i] = tapSum<D2, K, T>([&](int j) { return (T)p[i + j]; });
-      b[i] = tapSum<Sm, K, T>([&](int j) { return (T)p[i + j]; });
+      a[i] = tapSum<D2, K, T>([=](auto J) { return (T)p[i + J]; });
+      b[i] = tapSum<Sm, K, T>([=](auto J) { return (T)p[i + J]; });
+    }
+  }
+  // r: K rows of ring 0, then K rows of ring 1.
+  template <class... P>
+  static void colRows(D* dst, int n, P... r) {
+#pragma omp simd
+    for (int i = 0; i < n; ++i) {
+      const T pv = tapSum<Sm, K, T>([=](auto J) { return nth<J>(r...)[i]; });
+      const T qv = tapSum<D2, K, T>([=](auto J) { return nth<K + J>(r...)[i]; });
+      dst[i] = (T)(pv + qv);
     }
   }
   template <class W>
   static void col(const W& w, D* dst, int n) {
-    const T* r[2 * K];
-    for (int j = 0; j < K; ++j) r[j] = w(0, j), r[K + j] = w(1, j);
-#pragma omp simd
-    for (int i = 0; i < n; ++i) {
-      const T pv = tapSum<Sm, K, T>([&](int j) { return r[j][i]; });
-      const T qv = tapSum<D2, K, T>([&](int j) { return r[K + j][i]; });
-      dst[i] = (T)(pv + qv);
-    }
+    withRows<K>(w, 0, [&](auto... a) { withRows<K>(w, 1, [&](auto... b) { colRows(dst, n, a..., b...); }); });
   }
 };
 
@@ -148,14 +180,16 @@ struct Lap3f {
   static constexpr int C = 1, Rings = 1;
   static constexpr bool kBordered = true;
   static constexpr int k() { return 3; }
-  template <class W>
-  static void col(const W& w, D* dst, int n) {
-    const float *r0 = w(0, 0), *r1 = w(0, 1), *r2 = w(0, 2);
+  static void colRows(D* dst, int n, const float* r0, const float* r1, const float* r2) {
 #pragma omp simd
     for (int i = 0; i < n; ++i) {
       const float s = 2.0f * r0[i] + 2.0f * r0[i + 2];
       dst[i] = ((s + -8.0f * r1[i + 1]) + 2.0f * r2[i]) + 2.0f * r2[i + 2];
     }
+  }
+  template <class W>
+  static void col(const W& w, D* dst, int n) {
+    colRows(dst, n, w(0, 0), w(0, 1), w(0, 2));
   }
 };
 
@@ -178,18 +212,20 @@ struct Box8u {
       out[i] = s;
     }
   }
-  template <class W>
-  static void col(const W& w, D* dst, int n) {
-    const T* r[K];
-    for (int j = 0; j < K; ++j) r[j] = w(0, j);
+  template <class... P>
+  static void colRows(D* dst, int n, P... r) {
     constexpr float recip = 1.0f / (K * K);
 #pragma omp simd
     for (int i = 0; i < n; ++i) {
-      T s = r[0][i];
-      for (int j = 1; j < K; ++j) s = (T)(s + r[j][i]);
+      T s = 0;
+      ((s = (T)(s + r[i])), ...);
       // s * recip < 255.5, so adding 1.5 * 2^23 rounds half to even.
       dst[i] = (D)(int)(((float)(int)s * recip + 12582912.0f) - 12582912.0f);
     }
+  }
+  template <class W>
+  static void col(const W& w, D* dst, int n) {
+    withRows<K>(w, 0, [&](auto... r) { colRows(dst, n, r...); });
   }
 };
 
@@ -210,17 +246,19 @@ struct Box32f {
       out[i] = s;
     }
   }
-  template <class W>
-  static void col(const W& w, D* dst, int n) {
-    const T* r[K];
-    for (int j = 0; j < K; ++j) r[j] = w(0, j);
+  template <class P0, class... P>
+  static void colRows(D* dst, int n, P0 r0, P... r) {
     constexpr float recip = 1.0f / (K * K);
 #pragma omp simd
     for (int i = 0; i < n; ++i) {
-      float s = r[0][i];
-      for (int j = 1; j < K; ++j) s = s + r[j][i];
+      float s = r0[i];
+      ((s = s + r[i]), ...);
       dst[i] = s * recip;
     }
+  }
+  template <class W>
+  static void col(const W& w, D* dst, int n) {
+    withRows<K>(w, 0, [&](auto... r) { colRows(dst, n, r...); });
   }
 };
 
@@ -244,8 +282,8 @@ struct GaussInt {
   void row(const S* p, T* const* outs, ptrdiff_t off, int n) const {
     T* out = outs[0] + off;
     const int kn = k(), r = kn / 2;
-    T tp[K ? K / 2 + 1 : 1];
     if constexpr (K) {
+      T tp[K / 2 + 1];
       for (int j = 0; j <= r; ++j) tp[j] = (T)g[r + j];
 #pragma omp simd
       for (int i = 0; i < n; ++i) {
@@ -267,24 +305,81 @@ struct GaussInt {
       }
     }
   }
+  // 8u columns by pairwise 16-bit multiply-add: with R' = R - 2^15 (the
+  // sign bit flipped) every row value fits a signed lane, and since the taps
+  // sum to 2^8, sum G R = sum G R' + 2^23. Returns the elements done.
+  int colMadd(const T* const* rows, D* dst, int n) const {
+#if KVP_BF_AVX2
+    using V = __m256i;
+    constexpr int L = 16;
+#define KVP_BF_V(op) _mm256_##op
+#define KVP_BF_SI(op) _mm256_##op##_si256
+#else
+    using V = __m128i;
+    constexpr int L = 8;
+#define KVP_BF_V(op) _mm_##op
+#define KVP_BF_SI(op) _mm_##op##_si128
+#endif
+    constexpr int P = (K + 1) / 2;
+    V pairs[P];
+    for (int q = 0; q < P; ++q) {
+      const int lo = g[2 * q], hi = 2 * q + 1 < K ? g[2 * q + 1] : 0;
+      pairs[q] = KVP_BF_V(set1_epi32)((int)((uint32_t)lo | ((uint32_t)hi << 16)));
+    }
+    const V flip = KVP_BF_V(set1_epi16)((short)0x8000);
+    const V bias = KVP_BF_V(set1_epi32)((1 << 23) + (1 << 15));
+    int e = 0;
+    for (; e + L <= n; e += L) {
+      V accLo = bias, accHi = bias;
+      for (int q = 0; q < P; ++q) {
+        const V a = KVP_BF_SI(xor)(flip, KVP_BF_SI(loadu)(reinterpret_cast<const V*>(rows[2 * q] + e)));
+        const V b =
+            2 * q + 1 < K
+                ? KVP_BF_SI(xor)(flip, KVP_BF_SI(loadu)(reinterpret_cast<const V*>(rows[2 * q + 1] + e)))
+                : KVP_BF_SI(setzero)();
+        accLo = KVP_BF_V(add_epi32)(accLo, KVP_BF_V(madd_epi16)(KVP_BF_V(unpacklo_epi16)(a, b), pairs[q]));
+        accHi = KVP_BF_V(add_epi32)(accHi, KVP_BF_V(madd_epi16)(KVP_BF_V(unpackhi_epi16)(a, b), pairs[q]));
+      }
+      // The in-block pack undoes the in-block interleave.
+      const V v16 = KVP_BF_V(packs_epi32)(KVP_BF_V(srai_epi32)(accLo, 16), KVP_BF_V(srai_epi32)(accHi, 16));
+      const V v8 = KVP_BF_V(packus_epi16)(v16, v16);
+#if KVP_BF_AVX2
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + e),
+                       _mm256_castsi256_si128(_mm256_permute4x64_epi64(v8, 0x08)));
+#else
+      _mm_storel_epi64(reinterpret_cast<__m128i*>(dst + e), v8);
+#endif
+    }
+#undef KVP_BF_V
+#undef KVP_BF_SI
+    return e;
+  }
+
+  template <class... P>
+  void colRows(D* dst, int n, P... r) const {
+    A tp[K];
+    for (int j = 0; j < K; ++j) tp[j] = (A)g[j];
+#pragma omp simd
+    for (int i = 0; i < n; ++i) {
+      A s = 0;
+      unroll<K>([&, i](auto J) { s += tp[J] * (A)nth<J>(r...)[i]; });
+      dst[i] = (D)((s + ((A)1 << (kShift - 1))) >> kShift);
+    }
+  }
   template <class W>
   void col(const W& w, D* dst, int n) const {
-    const int kn = k();
-    if constexpr (K) {
-      const T* r[K];
-      for (int j = 0; j < K; ++j) r[j] = w(0, j);
-      A tp[K];
-      for (int j = 0; j < K; ++j) tp[j] = (A)g[j];
-#pragma omp simd
-      for (int i = 0; i < n; ++i) {
-        A s = tp[0] * (A)r[0][i];
-        for (int j = 1; j < K; ++j) s += tp[j] * (A)r[j][i];
-        dst[i] = (D)((s + ((A)1 << (kShift - 1))) >> kShift);
-      }
+    if constexpr (K && k8) {
+      const T* rows[K];
+      for (int j = 0; j < K; ++j) rows[j] = w(0, j);
+      const int e = colMadd(rows, dst, n);
+      withRows<K>(w, 0, [&](auto... r) { colRows(dst + e, n - e, (r + e)...); });
+    } else if constexpr (K) {
+      withRows<K>(w, 0, [&](auto... r) { colRows(dst, n, r...); });
     } else {
       // Any side: blocks of accumulators, the rows added one after another.
       constexpr int kBlock = 256;
       A acc[kBlock];
+      const int kn = k();
       for (int i0 = 0; i0 < n; i0 += kBlock) {
         const int m = n - i0 < kBlock ? n - i0 : kBlock;
         const A g0 = (A)g[0];
@@ -297,8 +392,9 @@ struct GaussInt {
 #pragma omp simd
           for (int i = 0; i < m; ++i) acc[i] += gj * (A)rj[i];
         }
+        D* d = dst + i0;
 #pragma omp simd
-        for (int i = 0; i < m; ++i) dst[i0 + i] = (D)((acc[i] + ((A)1 << (kShift - 1))) >> kShift);
+        for (int i = 0; i < m; ++i) d[i] = (D)((acc[i] + ((A)1 << (kShift - 1))) >> kShift);
       }
     }
   }
@@ -341,22 +437,24 @@ struct Gauss32f {
       }
     }
   }
+  template <class... P>
+  void colRows(D* dst, int n, P... c) const {
+    constexpr int R = K / 2;
+    float tp[R + 1];
+    for (int j = 0; j <= R; ++j) tp[j] = g[R + j];
+#pragma omp simd
+    for (int i = 0; i < n; ++i) {
+      float s = tp[0] * nth<R>(c...)[i];
+      unroll<R>([&, i](auto J) { s = s + tp[J + 1] * (nth<R - 1 - J>(c...)[i] + nth<R + 1 + J>(c...)[i]); });
+      dst[i] = s;
+    }
+  }
   template <class W>
   void col(const W& w, D* dst, int n) const {
-    const int r = k() / 2;
     if constexpr (K) {
-      const float* cc[K];
-      for (int j = 0; j < K; ++j) cc[j] = w(0, j);
-      const float* const* c = cc + r;
-      float tp[K / 2 + 1];
-      for (int j = 0; j <= r; ++j) tp[j] = g[r + j];
-#pragma omp simd
-      for (int i = 0; i < n; ++i) {
-        float s = tp[0] * c[0][i];
-        for (int j = 1; j <= K / 2; ++j) s = s + tp[j] * (c[-j][i] + c[j][i]);
-        dst[i] = s;
-      }
+      withRows<K>(w, 0, [&](auto... c) { colRows(dst, n, c...); });
     } else {
+      const int r = k() / 2;
       const float g0 = g[r];
       const float* c0 = w(0, r);
 #pragma omp simd

@@ -25,7 +25,7 @@ enum GaussKind : int { kG8uC1, kG8uC3, kG16uC1, kG32fC1, kG32fC3, kGaussKinds };
 struct BandTable {
   BandFn deriv[kOps][3][2];      // op, source (8u, 8s, 32f), mask (3x3, 5x5); Scharr 5x5 empty
   BandFn low[2][2][2];           // element (8u, 32f), channels (1, 3), mask (3x3, 5x5)
-  BandFn gauss[kGaussKinds][4];  // kind, side (3, 5, 7, any other)
+  BandFn gauss[kGaussKinds][8];  // kind, side (3, 5, ..., 15, any other)
 };
 
 KVP_HIDDEN extern const BandTable kBandsBase;

@@ -74,43 +74,14 @@ struct Sep {
 };
 
 inline Sep sepOf(int op, int k) {
-  const int s3[] = {1, 2, 1}, s5[] = {1, 4, 6, 4, 1};
-  const int d3[] = {-1, 0, 1}, d5[] = {-1, -2, 0, 2, 1};
-  const int n3[] = {1, 0, -1}, n5[] = {1, 2, 0, -2, -1};
-  const int q3[] = {1, -2, 1}, q5[] = {1, 0, -2, 0, 1};
-  const int c3[] = {3, 10, 3};
-  const int *a = nullptr, *b = nullptr;
-  const bool f = k == 3;
-  switch (op) {
-    case SobelVert:
-      a = f ? d3 : d5, b = f ? s3 : s5;
-      break;
-    case SobelNegVert:
-      a = f ? n3 : n5, b = f ? s3 : s5;
-      break;
-    case SobelHoriz:
-      a = f ? s3 : s5, b = f ? n3 : n5;
-      break;
-    case SobelVertSecond:
-      a = f ? q3 : q5, b = f ? s3 : s5;
-      break;
-    case SobelHorizSecond:
-      a = f ? s3 : s5, b = f ? q3 : q5;
-      break;
-    case SobelCross:
-      a = f ? d3 : d5, b = f ? d3 : d5;
-      break;
-    case ScharrVert:
-      a = d3, b = c3;
-      break;
-    case ScharrHoriz:
-      a = c3, b = n3;
-      break;
-    default:
-      break;
-  }
+  // Rows: smoothing, difference, negated difference, second difference, Scharr smoothing.
+  static const int t3[5][5] = {{1, 2, 1}, {-1, 0, 1}, {1, 0, -1}, {1, -2, 1}, {3, 10, 3}};
+  static const int t5[5][5] = {{1, 4, 6, 4, 1}, {-1, -2, 0, 2, 1}, {1, 2, 0, -2, -1}, {1, 0, -2, 0, 1}};
+  // (row, column) of SobelHoriz .. ScharrVert in enum order.
+  static const int use[8][2] = {{0, 2}, {1, 0}, {0, 3}, {3, 0}, {1, 1}, {2, 0}, {4, 2}, {1, 4}};
+  const int(*t)[5] = k == 3 ? t3 : t5;
   Sep s{};
-  for (int j = 0; j < k; ++j) s.a[j] = a[j], s.b[j] = b[j];
+  for (int j = 0; j < k; ++j) s.a[j] = t[use[op][0]][j], s.b[j] = t[use[op][1]][j];
   return s;
 }
 
@@ -302,8 +273,10 @@ inline void gauss32f(const Ext<float>& e, int k, float sigma, float* dst, int ds
 // + n x rows x A64(4 c (W + k - 1)).
 inline long long bufferBytes(int width, int channels, int k, int n, bool laplacian, bool gauss) {
   auto a64 = [](long long b) { return (b + 63) / 64 * 64; };
-  return 64 + (gauss ? a64(4LL * k) : 0) +
-         (long long)n * (laplacian ? 2 * k + 1 : k + 1) * a64(4LL * channels * ((long long)width + k - 1));
+  const double slice =
+      (laplacian ? 2.0 * k + 1 : k + 1.0) * (double)a64(4LL * channels * ((long long)width + k - 1));
+  if (slice > 1e12) return 1LL << 40;  // past any int
+  return 64 + (gauss ? a64(4LL * k) : 0) + n * (long long)slice;
 }
 
 }  // namespace bref

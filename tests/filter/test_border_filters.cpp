@@ -93,7 +93,7 @@ bool scharr(const Member& m) {
 
 // Masks (mask codes, or Gauss kernel sizes) a member accepts in the sweeps.
 std::vector<int> masksOf(const Member& m) {
-  if (m.family == kGauss) return {3, 5, 7, 9, 13};
+  if (m.family == kGauss) return {3, 5, 9, 15, 19};
   if (scharr(m)) return {kvpMskSize3x3};
   return {kvpMskSize3x3, kvpMskSize5x5};
 }
