@@ -148,7 +148,9 @@ void layer(kvf::Stream& s, bool up) {
   typename A::Down* ds = nullptr;
   typename A::Up* us = nullptr;
   KvpStatus want = kvpStsOk;
-  if (stateRoi.width < 1 || stateRoi.height < 1 || k < 3 || k > 255)
+  if (!taps.data())
+    want = kvpStsNullPtr;  // an empty kernel
+  else if (stateRoi.width < 1 || stateRoi.height < 1 || k < 3 || k > 255)
     want = kvpStsBadSize;
   else if (!kvpref::layerRateOk(rate) || k % 2 == 0 || mode != kvpInterLinear || !kernelOk(taps))
     want = kvpStsBadArg;
