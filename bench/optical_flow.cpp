@@ -158,8 +158,9 @@ void agreement(benchmark::State& st, const Frames& fr) {
   kvpiOpticalFlowPyrLKInitAlloc_8u_C1R(&state, {fr.w, fr.h}, kWin);
   std::vector<KvpiPoint_32f> next = fr.pts;
   std::vector<Kvp8s> status(fr.pts.size());
-  kvpiOpticalFlowPyrLK_8u_C1R(r0, r1, fr.pts.data(), next.data(), status.data(), nullptr, (int)fr.pts.size(),
-                              kWin, kLev, kIter, kThr, state);
+  std::vector<Kvp32f> err(fr.pts.size());
+  kvpiOpticalFlowPyrLK_8u_C1R(r0, r1, fr.pts.data(), next.data(), status.data(), err.data(),
+                              (int)fr.pts.size(), kWin, kLev, kIter, kThr, state);
   kvpiOpticalFlowPyrLKFree_8u_C1R(state);
   kvpiPyramidFree(r0);
   kvpiPyramidFree(r1);
@@ -169,7 +170,7 @@ void agreement(benchmark::State& st, const Frames& fr) {
   std::vector<float> ce;
   cv::calcOpticalFlowPyrLK(m0, m1, c0, c1, cs, ce, cv::Size(kWin, kWin), kLev, criteria(), 0, 1e-4);
   std::vector<double> diff;
-  long long both = 0, agree = 0, statusSame = 0;
+  long long both = 0, agree = 0, statusSame = 0, settled = 0, settledAgree = 0;
   for (size_t i = 0; i < c0.size(); ++i) {
     statusSame += (status[i] != 0) == (cs[i] != 0);
     if (!status[i] || !cs[i]) continue;
@@ -177,11 +178,17 @@ void agreement(benchmark::State& st, const Frames& fr) {
     const double d = std::hypot(next[i].x - c1[i].x, next[i].y - c1[i].y);
     diff.push_back(d);
     agree += d <= 0.05;
+    // Points whose windows match (error at most 10 levels) have settled.
+    if (err[i] <= 10.0f) {
+      ++settled;
+      settledAgree += d <= 0.05;
+    }
   }
   std::sort(diff.begin(), diff.end());
   st.counters["agree"] = both ? (double)agree / both : 0.0;
   st.counters["med_dx"] = diff.empty() ? 0.0 : diff[diff.size() / 2];
   st.counters["same_st"] = (double)statusSame / c0.size();
+  st.counters["agree_settled"] = settled ? (double)settledAgree / settled : 0.0;
 }
 
 template <bool Pair>

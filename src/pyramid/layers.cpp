@@ -516,6 +516,59 @@ struct Down {
   // Integral rate R, float lanes: the padded vertical row is split into its
   // R phases (only the samples the taps reach), then each tap is one
   // contiguous multiply-add over the output row.
+  // 16u on the float route: every partial sum is an integer below 2^24, so
+  // the float sums equal the exact integer sums. Those are formed here in
+  // 32-bit lanes, two rows at a time by a pairwise multiply-add of
+  // interleaved samples (biased by -32768 into the signed 16-bit range,
+  // 32768 * T added back), eight columns per step in 128-bit vectors, and
+  // converted to float. Returns the first column left to the caller.
+  template <int K>
+  int vrowExact16(const T* const* r, int n, float* o) const {
+    int j = 0;
+#if KVP_HAVE_HWY && HWY_TARGET != HWY_SCALAR
+    namespace hn = hwy::HWY_NAMESPACE;
+    const hn::FixedTag<int16_t, 8> d16;
+    const hn::FixedTag<uint16_t, 8> du16;
+    const hn::FixedTag<int32_t, 4> d32;
+    const hn::FixedTag<float, 4> df;
+    constexpr int P = (K + 1) / 2;
+    hn::Vec<decltype(d16)> tp[P];
+    int sum = 0;
+    for (int u = 0; u < K; ++u) sum += s->ti[u];
+    for (int m = 0; m < P; ++m) {
+      const int lo = s->ti[2 * m], hi = 2 * m + 1 < K ? s->ti[2 * m + 1] : 0;
+      tp[m] = hn::BitCast(d16, hn::Set(d32, (int32_t)(((uint32_t)(uint16_t)hi << 16) | (uint16_t)lo)));
+    }
+    const auto bias = hn::Set(d16, (int16_t)-32768);
+    const auto base = hn::Set(d32, 32768 * sum);
+    for (; j + 8 <= n; j += 8) {
+      auto accLo = base, accHi = base;
+      for (int m = 0; m < P; ++m) {
+        const auto a = hn::Xor(hn::BitCast(d16, hn::LoadU(du16, r[2 * m] + j)), bias);
+        const auto b = 2 * m + 1 < K ? hn::Xor(hn::BitCast(d16, hn::LoadU(du16, r[2 * m + 1] + j)), bias)
+                                     : hn::Zero(d16);
+        auto s1 = hn::Zero(d32);
+        accLo = hn::Add(accLo, hn::RearrangeToOddPlusEven(
+                                   hn::ReorderWidenMulAccumulate(d32, hn::InterleaveLower(d16, a, b), tp[m],
+                                                                 hn::Zero(d32), s1),
+                                   s1));
+        auto s2 = hn::Zero(d32);
+        accHi = hn::Add(accHi, hn::RearrangeToOddPlusEven(
+                                   hn::ReorderWidenMulAccumulate(d32, hn::InterleaveUpper(d16, a, b), tp[m],
+                                                                 hn::Zero(d32), s2),
+                                   s2));
+      }
+      hn::StoreU(hn::ConvertTo(df, accLo), df, o + j);
+      hn::StoreU(hn::ConvertTo(df, accHi), df, o + j + 4);
+    }
+#else
+    (void)r;
+    (void)n;
+    (void)o;
+#endif
+    return j;
+  }
+
   // Vertical sums with K taps fused into one pass (same order of
   // operations as vrow).
   template <int K>
@@ -529,8 +582,10 @@ struct Down {
       t[u] = taps[u];
     }
     float* o = out + a * C;
+    int j0 = 0;
+    if constexpr (std::is_same_v<T, Kvp16u>) j0 = vrowExact16<K>(r, n, o);
 #pragma omp simd
-    for (int j = 0; j < n; ++j) {
+    for (int j = j0; j < n; ++j) {
       float acc = t[0] * (float)r[0][j];
       for (int u = 1; u < K; ++u) acc = acc + t[u] * (float)r[u][j];
       o[j] = acc;
