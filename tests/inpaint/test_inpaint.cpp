@@ -153,6 +153,7 @@ TEST(FastMarching, Statuses) {
   EXPECT_EQ(kvpStsNullPtr, kvpiFastMarchingGetBufferSize_8u32f_C1R({0, 0}, nullptr));
   EXPECT_EQ(kvpStsBadSize, kvpiFastMarchingGetBufferSize_8u32f_C1R({0, 3}, &n));
   EXPECT_EQ(kvpStsBadSize, kvpiFastMarchingGetBufferSize_8u32f_C1R({20000, 20000}, &n));
+  EXPECT_EQ(kvpStsBadSize, kvpiFastMarchingGetBufferSize_8u32f_C1R({2147483647, 2147483647}, &n));
   EXPECT_EQ(-3, n);
   auto call = [&](const Kvp8u* m, int ms, Kvp32f* d, int ds, KvpiSize r, float rad, Kvp8u* b) {
     return kvpiFastMarching_8u32f_C1R(m, ms, d, ds, r, rad, b);
