@@ -228,21 +228,6 @@ TEST(Inpaint, WorkedExamples) {
   }
 }
 
-TEST(Inpaint, GreyColourMatchesOneChannel) {
-  auto rng = kvt::makeRng(13);
-  const int w = 57, h = 33;
-  std::vector<uint8_t> grey((size_t)w * h), colour, mask((size_t)w * h);
-  for (size_t i = 0; i < grey.size(); ++i) {
-    grey[i] = (uint8_t)rng();
-    mask[i] = rng() % 4 == 0;
-    colour.insert(colour.end(), 3, grey[i]);
-  }
-  const auto g = fillPacked<1>(grey, mask, w, h, 2.5f);
-  const auto c = fillPacked<3>(colour, mask, w, h, 2.5f);
-  for (size_t i = 0; i < g.size(); ++i)
-    for (int k = 0; k < 3; ++k) ASSERT_EQ(g[i], c[i * 3 + k]) << i;
-}
-
 template <int CN>
 void sweepInpaint() {
   auto rng = kvt::makeRng(30 + CN);
