@@ -310,6 +310,8 @@ TEST(Inpaint, Statuses) {
   KvpiInpaintState_8u_C3R* s3 = nullptr;
   EXPECT_EQ(kvpStsOk, kvpiInpaintInitAlloc_8u_C3R(&s3, t, 16, mask, 4, {2, 2}, 1.f, 0));
   EXPECT_EQ(kvpStsBadStep, kvpiInpaint_8u_C3R(img, 5, out, 6, {2, 2}, s3));
+  EXPECT_EQ(kvpStsBadArg,
+            kvpiInpaint_8u_C1R(img, 2, out, 2, {2, 2}, reinterpret_cast<const KvpiInpaintState_8u_C1R*>(s3)));
   EXPECT_EQ(kvpStsOk, kvpiInpaintFree_8u_C3R(s3));
 }
 
