@@ -1340,9 +1340,9 @@ KVP_API KvpStatus kvpiInpaintInitAlloc_8u_C3R(KvpiInpaintState_8u_C3R** ppState,
 KVP_API KvpStatus kvpiInpaintFree_8u_C1R(KvpiInpaintState_8u_C1R* pState);
 /** Releases a three-channel inpainting state. */
 KVP_API KvpStatus kvpiInpaintFree_8u_C3R(KvpiInpaintState_8u_C3R* pState);
-/** Copies pSrc to pDst and fills the masked pixels in ascending arrival time from the known pixels around them (in place allowed). */
+/** Copies pSrc to pDst and fills the masked pixels in ascending arrival time from the known pixels around them (in place allowed; a three-channel state is kvpStsBadArg). */
 KVP_API KvpStatus kvpiInpaint_8u_C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, const KvpiInpaintState_8u_C1R* pState);
-/** Three-channel inpainting, every channel filled with the same weights (in place allowed). */
+/** Three-channel inpainting, every channel filled with the same weights (in place allowed; a one-channel state is kvpStsBadArg). */
 KVP_API KvpStatus kvpiInpaint_8u_C3R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, const KvpiInpaintState_8u_C3R* pState);
 
 /* (end of inpainting) */

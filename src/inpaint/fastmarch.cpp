@@ -294,7 +294,11 @@ KvpStatus fastMarching(const Kvp8u* mask, int maskStep, Kvp32f* dst, int dstStep
   return kvpStsOk;
 }
 
-long long marchBytes(KvpiSize roi) { return 17LL * roi.width * roi.height + 1024; }
+// 17 bytes per pixel and 1024; past 2^40 pixels (far beyond the int range
+// in any case) the count is capped so that the product cannot overflow.
+long long marchBytes(KvpiSize roi) {
+  return 17 * std::min((long long)roi.width * roi.height, 1LL << 40) + 1024;
+}
 
 }  // namespace
 }  // namespace kvp::inp

@@ -87,6 +87,7 @@ KvpStatus initAlloc(void** ppState, const Kvp32f* dist, int distStep, const Kvp8
   long long nDisc = 0;
   for (int dy = -ry; dy <= ry; ++dy) nDisc += rowCount(dy, rx, r2) - (dy == 0 ? 1 : 0);
   const long long area = (long long)w * h;
+  if (area > kMaxBlock / 8) return kvpStsNoMemory;  // the two maps alone exceed a block
   const long long offDisc = regionAfter(0, sizeof(State));
   const long long offT = regionAfter(offDisc, nDisc * (long long)sizeof(Disc));
   const long long offRank = regionAfter(offT, 4 * area);

@@ -12,9 +12,9 @@
 //
 // Bounds: a pixel becomes val when a neighbour holds another label. The
 // decision reads the input only; rows are written in place, so the input of
-// the previous and the current row is kept in rolling copies, and with row
-// bands each band copies its own first and last input rows before any band
-// writes.
+// the previous and the current row is kept in rolling copies; with row
+// bands the first and last rows of each band (the only rows another band
+// reads) are decided inside the region but written after it.
 #include <algorithm>
 #include <cstring>
 
@@ -170,51 +170,47 @@ KvpStatus bounds(T* marker, int markerStep, KvpiSize roi, T val) {
   if (!block) return kvpStsNoMemory;
   const size_t rb = (size_t)w * sizeof(T);
   auto slot = [&](int i) { return reinterpret_cast<T*>(block + rowBytes * i); };
-  // Band edges: slots 2 t and 2 t + 1 hold band t's first and last input
-  // rows; first[t] / last[t] say which rows those are.
-  int first[kMaxTeam], last[kMaxTeam];
-  int team = 1;
-  if (threaded) {
-    team = forRowBands(h, true, [&](int y0, int rows, int t) {
-      std::memcpy(slot(2 * t), rowAt(marker, markerStep, y0), rb);
-      std::memcpy(slot(2 * t + 1), rowAt(marker, markerStep, y0 + rows - 1), rb);
-    });
-    // Bands without rows copy nothing; their rows are looked up by number.
-    const int per = h / team;
-    for (int t = 0; t < team; ++t) {
-      const int rows = per + (t == team - 1 ? h % team : 0);
-      first[t] = rows > 0 ? t * per : -1;
-      last[t] = rows > 0 ? t * per + rows - 1 : -1;
-    }
-  }
-  auto edgeRow = [&](int y) -> const T* {
-    for (int t = 0; t < team; ++t) {
-      if (first[t] == y) return slot(2 * t);
-      if (last[t] == y) return slot(2 * t + 1);
-    }
-    return nullptr;
-  };
-  forRowBands(h, threaded, [&](int y0, int rows, int t) {
-    T* prev = slot(threaded ? 2 * team + 2 * t : 0);
-    T* cur = slot(threaded ? 2 * team + 2 * t + 1 : 1);
-    const int y1 = y0 + rows;
-    bool havePrev = false;
-    if (y0 > 0) {
-      const T* p = threaded ? edgeRow(y0 - 1) : nullptr;
-      std::memcpy(prev, p ? p : rowAt(marker, markerStep, y0 - 1), rb);
-      havePrev = true;
-    }
-    for (int y = y0; y < y1; ++y) {
-      T* row = rowAt(marker, markerStep, y);
-      std::memcpy(cur, row, rb);
-      const T* down = nullptr;
-      if (y + 1 < h) down = (y + 1 == y1 && threaded) ? edgeRow(y + 1) : nullptr;
-      if (y + 1 < h && !down) down = rowAt(marker, markerStep, y + 1);
-      boundRow<T, Eight>(havePrev ? prev : nullptr, cur, down, w, val, row);
+  auto in = [&](int y) { return rowAt(marker, markerStep, y); };
+  if (!threaded) {
+    // Rolling copies of the previous and the current input row.
+    T* prev = slot(0);
+    T* cur = slot(1);
+    for (int y = 0; y < h; ++y) {
+      std::memcpy(cur, in(y), rb);
+      boundRow<T, Eight>(y > 0 ? prev : nullptr, cur, y + 1 < h ? in(y + 1) : nullptr, w, val, in(y));
       std::swap(prev, cur);
-      havePrev = true;
     }
+    kvpFree(block);
+    return kvpStsOk;
+  }
+  // Bands: the first and last rows of a band are the only rows another band
+  // reads, so inside the region they stay unwritten: their output goes to
+  // the band's slots 4 t + 2 and 4 t + 3 and is copied in afterwards. The
+  // rows between are written in place behind a rolling copy (slots 4 t and
+  // 4 t + 1).
+  int start[kMaxTeam], count[kMaxTeam] = {};
+  const int team = forRowBands(h, true, [&](int y0, int rows, int t) {
+    start[t] = y0;
+    count[t] = rows;
+    const int y1 = y0 + rows;
+    boundRow<T, Eight>(y0 > 0 ? in(y0 - 1) : nullptr, in(y0), y0 + 1 < h ? in(y0 + 1) : nullptr, w, val,
+                       slot(4 * t + 2));
+    if (rows == 1) return;
+    const T* prev = in(y0);
+    T* copy[2] = {slot(4 * t), slot(4 * t + 1)};
+    for (int y = y0 + 1; y < y1 - 1; ++y) {
+      T* cur = copy[y & 1];
+      std::memcpy(cur, in(y), rb);
+      boundRow<T, Eight>(prev, cur, in(y + 1), w, val, in(y));
+      prev = cur;
+    }
+    boundRow<T, Eight>(prev, in(y1 - 1), y1 < h ? in(y1) : nullptr, w, val, slot(4 * t + 3));
   });
+  for (int t = 0; t < team; ++t) {
+    if (count[t] < 1) continue;
+    std::memcpy(in(start[t]), slot(4 * t + 2), rb);
+    if (count[t] > 1) std::memcpy(in(start[t] + count[t] - 1), slot(4 * t + 3), rb);
+  }
   kvpFree(block);
   return kvpStsOk;
 }

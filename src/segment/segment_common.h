@@ -3,6 +3,8 @@
 // formulas of the work buffers.
 #pragma once
 
+#include <algorithm>
+
 #include "frame/alloc.h"
 #include "frame/bodies.h"
 #include "frame/checks.h"
@@ -35,16 +37,21 @@ struct IndexSplit {
   }
 };
 
+// A pixel count above which no buffer size fits in an int: the formulas
+// below give a size past the int range from there on without overflowing.
+constexpr long long kHugeArea = 1LL << 40;
+
 // Bytes of the flooding buffer: the link array, then a slice of 256 heads
 // and 256 tails per thread, each part 64-byte aligned.
 inline long long floodBytes(KvpiSize roi, int threads) {
-  return 4LL * roi.width * roi.height + 2048LL * threads + 128;
+  const long long area = std::min((long long)roi.width * roi.height, kHugeArea);
+  return 4 * area + 2048LL * threads + 128;
 }
 
 // Bytes of the labelling buffer: the provisional-label map and the
 // equivalence table.
 inline long long labelBytes(KvpiSize roi) {
-  const long long area = (long long)roi.width * roi.height;
+  const long long area = std::min((long long)roi.width * roi.height, kHugeArea);
   return 4 * area + 4 * (area / 2 + 2) + 128;
 }
 

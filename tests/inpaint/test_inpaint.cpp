@@ -153,6 +153,7 @@ TEST(FastMarching, Statuses) {
   EXPECT_EQ(kvpStsNullPtr, kvpiFastMarchingGetBufferSize_8u32f_C1R({0, 0}, nullptr));
   EXPECT_EQ(kvpStsBadSize, kvpiFastMarchingGetBufferSize_8u32f_C1R({0, 3}, &n));
   EXPECT_EQ(kvpStsBadSize, kvpiFastMarchingGetBufferSize_8u32f_C1R({20000, 20000}, &n));
+  EXPECT_EQ(kvpStsBadSize, kvpiFastMarchingGetBufferSize_8u32f_C1R({2147483647, 2147483647}, &n));
   EXPECT_EQ(-3, n);
   auto call = [&](const Kvp8u* m, int ms, Kvp32f* d, int ds, KvpiSize r, float rad, Kvp8u* b) {
     return kvpiFastMarching_8u32f_C1R(m, ms, d, ds, r, rad, b);
@@ -225,21 +226,6 @@ TEST(Inpaint, WorkedExamples) {
     EXPECT_GE(r[(size_t)y * w + 20], 95);
     EXPECT_LE(r[(size_t)y * w + 20], 105);
   }
-}
-
-TEST(Inpaint, GreyColourMatchesOneChannel) {
-  auto rng = kvt::makeRng(13);
-  const int w = 57, h = 33;
-  std::vector<uint8_t> grey((size_t)w * h), colour, mask((size_t)w * h);
-  for (size_t i = 0; i < grey.size(); ++i) {
-    grey[i] = (uint8_t)rng();
-    mask[i] = rng() % 4 == 0;
-    colour.insert(colour.end(), 3, grey[i]);
-  }
-  const auto g = fillPacked<1>(grey, mask, w, h, 2.5f);
-  const auto c = fillPacked<3>(colour, mask, w, h, 2.5f);
-  for (size_t i = 0; i < g.size(); ++i)
-    for (int k = 0; k < 3; ++k) ASSERT_EQ(g[i], c[i * 3 + k]) << i;
 }
 
 template <int CN>
@@ -324,6 +310,8 @@ TEST(Inpaint, Statuses) {
   KvpiInpaintState_8u_C3R* s3 = nullptr;
   EXPECT_EQ(kvpStsOk, kvpiInpaintInitAlloc_8u_C3R(&s3, t, 16, mask, 4, {2, 2}, 1.f, 0));
   EXPECT_EQ(kvpStsBadStep, kvpiInpaint_8u_C3R(img, 5, out, 6, {2, 2}, s3));
+  EXPECT_EQ(kvpStsBadArg,
+            kvpiInpaint_8u_C1R(img, 2, out, 2, {2, 2}, reinterpret_cast<const KvpiInpaintState_8u_C1R*>(s3)));
   EXPECT_EQ(kvpStsOk, kvpiInpaintFree_8u_C3R(s3));
 }
 

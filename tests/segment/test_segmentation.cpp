@@ -323,6 +323,7 @@ TEST(Segmentation, SizeQueries) {
     EXPECT_EQ(kvpStsBadSize, q({0, 5}, &n));
     EXPECT_EQ(kvpStsBadSize, q({5, -1}, &n));
     EXPECT_EQ(kvpStsBadSize, q({40000, 40000}, &n));
+    EXPECT_EQ(kvpStsBadSize, q({2147483647, 2147483647}, &n));
     EXPECT_EQ(-7, n);
     ASSERT_EQ(kvpStsOk, q({33, 7}, &n));
     EXPECT_EQ(k < 3 ? 4 * 231 + 2048 * 3 + 128 : 4 * 231 + 4 * (115 + 2) + 128, n);
@@ -346,15 +347,15 @@ TEST(Segmentation, FloodStatusOrder) {
     int norm, flag;
   };
   const std::vector<Case> cases = {
-      {kvpStsNullPtr, true, false, false, {0, 0}, 0, 0, 9, 0x100},
+      {kvpStsNullPtr, true, false, false, {0, 0}, 0, 0, 3, 0x100},
       {kvpStsNullPtr, false, true, false, {4, 4}, 4, 8, 0, 0},
       {kvpStsNullPtr, false, false, true, {4, 4}, 4, 8, 0, 0},
-      {kvpStsBadSize, false, false, false, {0, 4}, 0, 0, 9, 0x100},
-      {kvpStsBadSize, false, false, false, {4, 0}, 0, 0, 9, 0x100},
-      {kvpStsBadStep, false, false, false, {4, 4}, 3, 7, 9, 0x100},
-      {kvpStsBadStep, false, false, false, {4, 4}, 12, 7, 9, 0x100},
+      {kvpStsBadSize, false, false, false, {0, 4}, 0, 0, 3, 0x100},
+      {kvpStsBadSize, false, false, false, {4, 0}, 0, 0, 3, 0x100},
+      {kvpStsBadStep, false, false, false, {4, 4}, 3, 7, 3, 0x100},
+      {kvpStsBadStep, false, false, false, {4, 4}, 12, 7, 3, 0x100},
       {kvpStsBadArg, false, false, false, {4, 4}, 12, 8, kvpiNormL2, 0x100},
-      {kvpStsBadArg, false, false, false, {4, 4}, 12, 8, 7, 0},
+      {kvpStsBadArg, false, false, false, {4, 4}, 12, 8, 3, 0},
       {kvpStsBadArg, false, false, false, {4, 4}, 12, 8, kvpiNormL1, 0xC0},
       {kvpStsBadArg, false, false, false, {4, 4}, 12, 8, kvpiNormL1, 0x02},
       {kvpStsBadArg, false, false, false, {4, 4}, 12, 8, kvpiNormInf, 0x100},
@@ -407,7 +408,7 @@ TEST(Segmentation, LabelAndBoundStatusOrder) {
   EXPECT_EQ(kvpStsBadStep, kvpiBoundSegments_8u_C1IR(m8, 3, {4, 2}, 1, kvpiNormL2));
   EXPECT_EQ(kvpStsStepNotMultiple, kvpiBoundSegments_16u_C1IR(m16, 9, {4, 2}, 1, kvpiNormL2));
   EXPECT_EQ(kvpStsBadArg, kvpiBoundSegments_8u_C1IR(m8, 4, {4, 2}, 1, kvpiNormL2));
-  EXPECT_EQ(kvpStsBadArg, kvpiBoundSegments_16u_C1IR(m16, 8, {4, 2}, 1, (KvpiNorm)-1));
+  EXPECT_EQ(kvpStsBadArg, kvpiBoundSegments_16u_C1IR(m16, 8, {4, 2}, 1, (KvpiNorm)3));
   EXPECT_EQ(std::vector<Kvp8u>(m8, m8 + 64), before);
 }
 
