@@ -709,6 +709,74 @@ KVP_API KvpStatus kvpiHoughLine_Region_8u32f_C1R(const Kvp8u* pSrc, int srcStep,
  * Foreground models
  * ====================================================================== */
 
+/** Parameters of the histogram background model (a null record selects 16, 16, 6, 8, 8, 12, 0.02, 0.005, 20, 0.1, 0.6, 0, 20). */
+typedef struct {
+  int valueQuant;              /* levels per channel of the colour feature, 2..256 */
+  int changeQuant;             /* levels per channel of the co-occurrence feature, 2..256 (C1), 2..40 (C3) */
+  int valueUse;                /* leading colour entries consulted by the classification, >= 1 */
+  int valueAll;                /* colour entries kept per pixel, valueUse..64 */
+  int changeUse;               /* leading co-occurrence entries consulted, >= 1 */
+  int changeAll;               /* co-occurrence entries kept per pixel, changeUse..64 */
+  Kvp32f updBGChange;          /* learning rate of the feature statistics, 0 < r <= 1 */
+  Kvp32f updBGRef;             /* learning rate of the reference background, 0 < r <= 1 */
+  int numFrame;                /* training frames (learned as background, masks all zero), >= 0 */
+  Kvp32f detectionRate;        /* shadow: largest relative chromatic distortion, >= 0 */
+  Kvp32f brightnessDistortion; /* shadow: smallest brightness ratio, 0 <= b < 1 */
+  int shadowBG;                /* 0: no shadow test; non-zero: shadows written as background */
+  int diffThreshold;           /* change detection: smallest grey-level difference that counts, 1..255 */
+} KvpFGHistogramModel;
+
+/** Parameters of the Gaussian-mixture background model (a null record selects 5, 0.7, -1, 200, 0, 0.1, 0.6, 0, 15). */
+typedef struct {
+  int numGauss;                /* components per pixel, 1..8 */
+  Kvp32f priorBack;            /* background share of the weight, 0 < T <= 1 */
+  Kvp32f updBGProb;            /* learning rate: < 0 automatic (1 / min(t, winSize)); 0 <= r < 1 fixed */
+  int winSize;                 /* history length of the automatic rate, >= 1 */
+  int numFrame;                /* training frames (masks all zero), >= 0 */
+  Kvp32f detectionRate;        /* shadow: largest relative chromatic distortion, >= 0 */
+  Kvp32f brightnessDistortion; /* shadow: smallest brightness ratio, 0 <= b < 1 */
+  int shadowBG;                /* 0: no shadow test; non-zero: shadows written as background */
+  Kvp32f noiseSigma;           /* variance floor noiseSigma^2, noiseSigma > 0 */
+} KvpFGGaussianModel;
+
+/** Opaque learning state of the histogram background model. */
+typedef struct KvpiFGHistogramState KvpiFGHistogramState;
+/** The histogram state built for one-channel frames. */
+typedef KvpiFGHistogramState KvpiFGHistogramState_8u_C1R;
+/** The histogram state built for three-channel frames. */
+typedef KvpiFGHistogramState KvpiFGHistogramState_8u_C3R;
+/** Opaque learning state of the Gaussian-mixture background model. */
+typedef struct KvpiFGGaussianState KvpiFGGaussianState;
+/** The Gaussian state built for one-channel frames. */
+typedef KvpiFGGaussianState KvpiFGGaussianState_8u_C1R;
+/** The Gaussian state built for three-channel frames. */
+typedef KvpiFGGaussianState KvpiFGGaussianState_8u_C3R;
+
+/** New histogram model of roiSize learned from the first frame (pModel null: defaults). */
+KVP_API KvpStatus kvpiForegroundHistogramInitAlloc_8u_C1R(const Kvp8u* pSrc, int srcStep, KvpiSize roiSize, const KvpFGHistogramModel* pModel, KvpiFGHistogramState_8u_C1R** ppState);
+/** New three-channel histogram model learned from the first frame (pModel null: defaults). */
+KVP_API KvpStatus kvpiForegroundHistogramInitAlloc_8u_C3R(const Kvp8u* pSrc, int srcStep, KvpiSize roiSize, const KvpFGHistogramModel* pModel, KvpiFGHistogramState_8u_C3R** ppState);
+/** Foreground mask (255 / 0) of the next frame against the histogram model; the state is only read. */
+KVP_API KvpStatus kvpiForegroundHistogram_8u_C1R(const KvpiFGHistogramState_8u_C1R* pState, const Kvp8u* pSrc, int srcStep, Kvp8u* pFG, int fgStep);
+/** Three-channel foreground mask against the histogram model; the state is only read. */
+KVP_API KvpStatus kvpiForegroundHistogram_8u_C3R(const KvpiFGHistogramState_8u_C3R* pState, const Kvp8u* pSrc, int srcStep, Kvp8u* pFG, int fgStep);
+/** Learns the next frame into the histogram model and writes the rounded reference background to pRef. */
+KVP_API KvpStatus kvpiForegroundHistogramUpdate_8u_C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pRef, int refStep, KvpiSize roiSize, KvpiFGHistogramState_8u_C1R* pState);
+/** Learns the next three-channel frame into the histogram model; pRef receives the reference background. */
+KVP_API KvpStatus kvpiForegroundHistogramUpdate_8u_C3R(const Kvp8u* pSrc, int srcStep, Kvp8u* pRef, int refStep, KvpiSize roiSize, KvpiFGHistogramState_8u_C3R* pState);
+/** Releases a histogram state and all its blocks. */
+KVP_API KvpStatus kvpiForegroundHistogramFree(KvpiFGHistogramState* pState);
+/** New Gaussian-mixture model of roiSize learned from the first frame (pModel null: defaults). */
+KVP_API KvpStatus kvpiForegroundGaussianInitAlloc_8u_C1R(const Kvp8u* pSrc, int srcStep, KvpiSize roiSize, const KvpFGGaussianModel* pModel, KvpiFGGaussianState_8u_C1R** ppState);
+/** New three-channel Gaussian-mixture model learned from the first frame (pModel null: defaults). */
+KVP_API KvpStatus kvpiForegroundGaussianInitAlloc_8u_C3R(const Kvp8u* pSrc, int srcStep, KvpiSize roiSize, const KvpFGGaussianModel* pModel, KvpiFGGaussianState_8u_C3R** ppState);
+/** Classifies and learns the next frame: foreground mask to pDstFG, leading component's mean to pRef. */
+KVP_API KvpStatus kvpiForegroundGaussian_8u_C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pRef, int refStep, Kvp8u* pDstFG, int dstFGStep, KvpiSize roiSize, KvpiFGGaussianState_8u_C1R* pState);
+/** Classifies and learns the next three-channel frame: mask to pDstFG, leading means to pRef. */
+KVP_API KvpStatus kvpiForegroundGaussian_8u_C3R(const Kvp8u* pSrc, int srcStep, Kvp8u* pRef, int refStep, Kvp8u* pDstFG, int dstFGStep, KvpiSize roiSize, KvpiFGGaussianState_8u_C3R* pState);
+/** Releases a Gaussian state and all its blocks. */
+KVP_API KvpStatus kvpiForegroundGaussianFree(KvpiFGGaussianState* pState);
+
 /* (end of foreground) */
 
 /* ======================================================================
