@@ -703,6 +703,43 @@ KVP_API KvpStatus kvpiHoughLine_Region_8u32f_C1R(const Kvp8u* pSrc, int srcStep,
  * Haar classifiers
  * ====================================================================== */
 
+/** Opaque stage of weak Haar classifiers with float weights, thresholds and votes. */
+typedef struct KvpiHaarClassifier_32f KvpiHaarClassifier_32f;
+/** Opaque stage of weak Haar classifiers with integer weights, thresholds and votes. */
+typedef struct KvpiHaarClassifier_32s KvpiHaarClassifier_32s;
+/** New stage of length upright weak classifiers (pNum[i] rectangles each, consecutive in pFeature / pWeight). */
+KVP_API KvpStatus kvpiHaarClassifierInitAlloc_32f(KvpiHaarClassifier_32f** ppState, const KvpiRect* pFeature, const Kvp32f* pWeight, const Kvp32f* pThreshold, const Kvp32f* pVal1, const Kvp32f* pVal2, const int* pNum, int length);
+/** New stage of length upright weak classifiers with integer weights, thresholds and votes. */
+KVP_API KvpStatus kvpiHaarClassifierInitAlloc_32s(KvpiHaarClassifier_32s** ppState, const KvpiRect* pFeature, const Kvp32s* pWeight, const Kvp32s* pThreshold, const Kvp32s* pVal1, const Kvp32s* pVal2, const int* pNum, int length);
+/** New stage of length 45-degree (tilted) weak classifiers with float weights. */
+KVP_API KvpStatus kvpiTiltedHaarClassifierInitAlloc_32f(KvpiHaarClassifier_32f** ppState, const KvpiRect* pFeature, const Kvp32f* pWeight, const Kvp32f* pThreshold, const Kvp32f* pVal1, const Kvp32f* pVal2, const int* pNum, int length);
+/** New stage of length 45-degree (tilted) weak classifiers with integer weights. */
+KVP_API KvpStatus kvpiTiltedHaarClassifierInitAlloc_32s(KvpiHaarClassifier_32s** ppState, const KvpiRect* pFeature, const Kvp32s* pWeight, const Kvp32s* pThreshold, const Kvp32s* pVal1, const Kvp32s* pVal2, const int* pNum, int length);
+/** Releases a float Haar stage. */
+KVP_API KvpStatus kvpiHaarClassifierFree_32f(KvpiHaarClassifier_32f* pState);
+/** Releases an integer Haar stage. */
+KVP_API KvpStatus kvpiHaarClassifierFree_32s(KvpiHaarClassifier_32s* pState);
+/** Makes the classifiers with pMask[i] != 0 tilted (flag 1) or upright (flag 0); the window size follows. */
+KVP_API KvpStatus kvpiTiltHaarFeatures_32f(const Kvp8u* pMask, int flag, KvpiHaarClassifier_32f* pState);
+/** Makes the selected classifiers of an integer stage tilted (flag 1) or upright (flag 0). */
+KVP_API KvpStatus kvpiTiltHaarFeatures_32s(const Kvp8u* pMask, int flag, KvpiHaarClassifier_32s* pState);
+/** The table footprint {W, H} a window of the float stage reads beyond its anchor. */
+KVP_API KvpStatus kvpiGetHaarClassifierSize_32f(const KvpiHaarClassifier_32f* pState, KvpiSize* pSize);
+/** The table footprint {W, H} a window of the integer stage reads beyond its anchor. */
+KVP_API KvpStatus kvpiGetHaarClassifierSize_32s(const KvpiHaarClassifier_32s* pState, KvpiSize* pSize);
+/** Applies one stage on float tables: clears the candidate mask where the vote sum stays below threshold; *pPositive = candidates left. */
+KVP_API KvpStatus kvpiApplyHaarClassifier_32f_C1R(const Kvp32f* pSrc, int srcStep, const Kvp32f* pNorm, int normStep, Kvp8u* pMask, int maskStep, KvpiSize roiSize, int* pPositive, Kvp32f threshold, const KvpiHaarClassifier_32f* pState);
+/** Applies one float-weight stage on 32-bit integer tables (sums converted to float). */
+KVP_API KvpStatus kvpiApplyHaarClassifier_32s32f_C1R(const Kvp32s* pSrc, int srcStep, const Kvp32f* pNorm, int normStep, Kvp8u* pMask, int maskStep, KvpiSize roiSize, int* pPositive, Kvp32f threshold, const KvpiHaarClassifier_32f* pState);
+/** Applies one integer stage on 32-bit tables; thresholds carry scaleFactor (-31..31) fractional bits, exact 64-bit arithmetic. */
+KVP_API KvpStatus kvpiApplyHaarClassifier_32s_C1RSfs(const Kvp32s* pSrc, int srcStep, const Kvp32s* pNorm, int normStep, Kvp8u* pMask, int maskStep, KvpiSize roiSize, int* pPositive, Kvp32s threshold, const KvpiHaarClassifier_32s* pState, int scaleFactor);
+/** Applies a float stage reading upright classifiers from pSrc and tilted ones from pTilt. */
+KVP_API KvpStatus kvpiApplyMixedHaarClassifier_32f_C1R(const Kvp32f* pSrc, int srcStep, const Kvp32f* pTilt, int tiltStep, const Kvp32f* pNorm, int normStep, Kvp8u* pMask, int maskStep, KvpiSize roiSize, int* pPositive, Kvp32f threshold, const KvpiHaarClassifier_32f* pState);
+/** Applies a float-weight stage on integer upright (pSrc) and tilted (pTilt) tables. */
+KVP_API KvpStatus kvpiApplyMixedHaarClassifier_32s32f_C1R(const Kvp32s* pSrc, int srcStep, const Kvp32s* pTilt, int tiltStep, const Kvp32f* pNorm, int normStep, Kvp8u* pMask, int maskStep, KvpiSize roiSize, int* pPositive, Kvp32f threshold, const KvpiHaarClassifier_32f* pState);
+/** Applies an integer stage on integer upright (pSrc) and tilted (pTilt) tables with scaleFactor fractional threshold bits. */
+KVP_API KvpStatus kvpiApplyMixedHaarClassifier_32s_C1RSfs(const Kvp32s* pSrc, int srcStep, const Kvp32s* pTilt, int tiltStep, const Kvp32s* pNorm, int normStep, Kvp8u* pMask, int maskStep, KvpiSize roiSize, int* pPositive, Kvp32s threshold, const KvpiHaarClassifier_32s* pState, int scaleFactor);
+
 /* (end of haar) */
 
 /* ======================================================================
