@@ -10,11 +10,13 @@
 
 #include <expat.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "kvpcv.h"
@@ -187,7 +189,11 @@ class Detector {
   bool ok() const { return ok_; }
 
   // Windows (top-left corners, cascade size) that pass every stage at this
-  // scale. Tilted features are not read here (the frontal cascades have none).
+  // scale. Tilted features are not read here (the frontal cascades have
+  // none). The windows are scanned in strips of window rows, all stages per
+  // strip, so that the strip's table rows, norms and mask stay in cache.
+  // With several library threads, each thread takes every n-th strip, and
+  // the strips are small enough for each Apply call to run on its thread.
   std::vector<KvpiPoint> scan(const Kvp8u* img, int step, int w, int h) {
     std::vector<KvpiPoint> found;
     const int W = c_.width, H = c_.height;
@@ -198,63 +204,101 @@ class Detector {
     if (kvpiSqrIntegral_8u32s64f_C1R(img, step, sum_.data(), (w + 1) * 4, sqr_.data(), (w + 1) * 8, {w, h}, 0,
                                      0.0))
       return found;
-    norm_.assign((size_t)roi.width * roi.height, 0.f);
-    mask_.assign((size_t)roi.width * roi.height, 0);
-    // Normalisation over the window shrunk by one pixel on each side and
-    // the variance test, on the even grid.
-    const double n = (double)(W - 2) * (H - 2);
-    const int tw = w + 1;
-    for (int y = 0; y < roi.height; y += 2) {
-      const Kvp32s* s0 = &sum_[(size_t)(y + 1) * tw + 1];
-      const Kvp32s* s1 = &sum_[(size_t)(y + H - 1) * tw + 1];
-      const Kvp64f* q0 = &sqr_[(size_t)(y + 1) * tw + 1];
-      const Kvp64f* q1 = &sqr_[(size_t)(y + H - 1) * tw + 1];
-      for (int x = 0; x < roi.width; x += 2) {
-        // 32-bit tables wrap on large images; the inner sum itself is small.
-        const double s = (double)(Kvp32s)((((Kvp32u)s0[x] - (Kvp32u)s0[x + W - 2]) - (Kvp32u)s1[x]) +
-                                          (Kvp32u)s1[x + W - 2]);
-        const double q = ((q0[x] - q0[x + W - 2]) - q1[x]) + q1[x + W - 2];
-        const double nf = n * q - s * s;
-        if (nf <= 0.0 || n * (double)(float)(1.0 / std::sqrt(nf)) >= 0.1) continue;
-        norm_[(size_t)y * roi.width + x] = (float)std::sqrt(nf);
-        mask_[(size_t)y * roi.width + x] = 1;
-      }
+    int threads = 1;
+    kvpGetNumThreads(&threads);
+    threads = std::max(1, std::min(threads, 64));
+    const int strip =
+        threads == 1 ? kStrip : std::max(2, (int)(((long long)threads * 8192 - 1) / roi.width) & ~1);
+    work_.resize((size_t)threads);
+    if (threads == 1) {
+      scanStrips(roi, strip, 0, 1, work_[0]);
+      return std::move(work_[0].found);
     }
-    int positive = 0;
-    before_ = mask_;
-    for (size_t k = 0; k < stages_.size(); ++k) {
-      if (kvpiApplyHaarClassifier_32s32f_C1R(sum_.data(), tw * 4, norm_.data(), roi.width * 4, mask_.data(),
-                                             roi.width, roi, &positive, thresholds_[k], stages_[k]))
-        return found;
-      if (k == 0) {
-        // Within a row, the window after a stage-0 rejection is not visited.
-        for (int y = 0; y < roi.height; y += 2) {
-          const Kvp8u* b = &before_[(size_t)y * roi.width];
-          Kvp8u* m = &mask_[(size_t)y * roi.width];
-          for (int x = 0; x < roi.width; x += 2)
-            if (b[x] && !m[x] && x + 2 < roi.width) {
-              m[x + 2] = 0;
-              x += 2;
-            }
-        }
-      }
-      if (positive == 0) break;
-    }
-    for (int y = 0; y < roi.height; y += 2)
-      for (int x = 0; x < roi.width; x += 2)
-        if (mask_[(size_t)y * roi.width + x]) found.push_back({x, y});
+    std::vector<std::thread> team;
+    for (int t = 0; t < threads; ++t)
+      team.emplace_back([&, t] { scanStrips(roi, strip, t, threads, work_[(size_t)t]); });
+    for (auto& th : team) th.join();
+    for (auto& wk : work_) found.insert(found.end(), wk.found.begin(), wk.found.end());
+    std::sort(found.begin(), found.end(),
+              [](const KvpiPoint& a, const KvpiPoint& b) { return a.y != b.y ? a.y < b.y : a.x < b.x; });
     return found;
   }
 
  private:
+  struct Work {
+    std::vector<float> norm;
+    std::vector<Kvp8u> mask, before;
+    std::vector<KvpiPoint> found;
+  };
+
+  // Strips first, first + every, ... of the window rows.
+  void scanStrips(KvpiSize roi, int strip, int first, int every, Work& wk) const {
+    const int W = c_.width, H = c_.height, tw = roi.width + W;
+    wk.found.clear();
+    wk.norm.resize((size_t)roi.width * strip);
+    wk.mask.resize((size_t)roi.width * strip);
+    const double n = (double)(W - 2) * (H - 2);
+    for (int y0 = first * strip; y0 < roi.height; y0 += every * strip) {
+      const KvpiSize part{roi.width, std::min(strip, roi.height - y0)};
+      // Normalisation over the window shrunk by one pixel on each side and
+      // the variance test, on the even grid.
+      std::fill(wk.mask.begin(), wk.mask.end(), 0);
+      for (int y = 0; y < part.height; y += 2) {
+        const Kvp32s* s0 = &sum_[(size_t)(y0 + y + 1) * tw + 1];
+        const Kvp32s* s1 = &sum_[(size_t)(y0 + y + H - 1) * tw + 1];
+        const Kvp64f* q0 = &sqr_[(size_t)(y0 + y + 1) * tw + 1];
+        const Kvp64f* q1 = &sqr_[(size_t)(y0 + y + H - 1) * tw + 1];
+        float* nrow = &wk.norm[(size_t)y * roi.width];
+        Kvp8u* mrow = &wk.mask[(size_t)y * roi.width];
+        for (int x = 0; x < roi.width; x += 2) {
+          // 32-bit tables wrap on large images; the inner sum itself is small.
+          const double s = (double)(Kvp32s)((((Kvp32u)s0[x] - (Kvp32u)s0[x + W - 2]) - (Kvp32u)s1[x]) +
+                                            (Kvp32u)s1[x + W - 2]);
+          const double q = ((q0[x] - q0[x + W - 2]) - q1[x]) + q1[x + W - 2];
+          const double nf = n * q - s * s;
+          if (nf <= 0.0) continue;
+          const double root = std::sqrt(nf);
+          if (n * (double)(float)(1.0 / root) >= 0.1) continue;
+          nrow[x] = (float)root;
+          mrow[x] = 1;
+        }
+      }
+      wk.before = wk.mask;
+      int positive = 0;
+      for (size_t k = 0; k < stages_.size(); ++k) {
+        if (kvpiApplyHaarClassifier_32s32f_C1R(&sum_[(size_t)y0 * tw], tw * 4, wk.norm.data(), roi.width * 4,
+                                               wk.mask.data(), roi.width, part, &positive, thresholds_[k],
+                                               stages_[k]))
+          return;
+        if (k == 0) {
+          // Within a row, the window after a stage-0 rejection is not visited.
+          for (int y = 0; y < part.height; y += 2) {
+            const Kvp8u* b = &wk.before[(size_t)y * roi.width];
+            Kvp8u* m = &wk.mask[(size_t)y * roi.width];
+            for (int x = 0; x < roi.width; x += 2)
+              if (b[x] && !m[x] && x + 2 < roi.width) {
+                m[x + 2] = 0;
+                x += 2;
+              }
+          }
+        }
+        if (positive == 0) break;
+      }
+      if (positive == 0) continue;
+      for (int y = 0; y < part.height; y += 2)
+        for (int x = 0; x < roi.width; x += 2)
+          if (wk.mask[(size_t)y * roi.width + x]) wk.found.push_back({x, y0 + y});
+    }
+  }
+
+  static constexpr int kStrip = 32;  // window rows per strip (even)
   const Cascade& c_;
   bool ok_ = true;
   std::vector<KvpiHaarClassifier_32f*> stages_;
   std::vector<float> thresholds_;
   std::vector<Kvp32s> sum_;
   std::vector<Kvp64f> sqr_;
-  std::vector<float> norm_;
-  std::vector<Kvp8u> mask_, before_;
+  std::vector<Work> work_;
 };
 
 }  // namespace haar

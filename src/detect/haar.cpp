@@ -26,6 +26,7 @@
 #include "frame/bodies.h"
 #include "frame/checks.h"
 #include "frame/parallel.h"
+#include "frame/simd.h"
 #include "frame/state.h"
 
 namespace kvp::haar {
@@ -314,6 +315,77 @@ struct Call {
     }
   }
 
+#if KVP_HAVE_HWY
+  // Lanes(DF) neighbouring windows at once (float members, prepared
+  // rectangles): each lane performs the scalar path's operations in the
+  // same order, so the decisions agree bit for bit. Bit l of the result is
+  // whether window l passes.
+  unsigned passesVec(long long a0, long long a1, const N* norms) const {
+    const DF df;
+    const hn::RebindToSigned<DF> di;
+    const hn::Half<DF> dh;
+    const hn::Rebind<double, decltype(dh)> dd;
+    using VD = hn::Vec<decltype(dd)>;
+    using MD = hn::Mask<decltype(dd)>;
+    const T* base[2] = {tables[0] + a0, tables[1] + a1};
+    const auto vnorm = hn::LoadU(df, norms);
+    VD accLo = hn::Zero(dd), accHi = hn::Zero(dd);
+    const double thr = (double)threshold, m = s->margin;
+    const VD rejectAt = hn::Set(dd, thr - m), acceptAt = hn::Set(dd, thr + m);
+    MD passLo = hn::FirstN(dd, 0), passHi = passLo, doneLo = passLo, doneHi = passLo;
+    const int L = s->length;
+    for (int i = 0; i < L; ++i) {
+      const int k0 = s->first[i], k1 = k0 + s->num[i];
+      hn::Vec<DF> F = hn::Zero(df);
+      for (int k = k0; k < k1; ++k) {
+        const RectOp<W>& op = ops[k];
+        const T* a = base[op.table];
+        hn::Vec<DF> sum;
+        if constexpr (std::is_same_v<T, Kvp32f>) {
+          sum = hn::Add(hn::Sub(hn::Sub(hn::LoadU(df, a + op.o[0]), hn::LoadU(df, a + op.o[1])),
+                                hn::LoadU(df, a + op.o[2])),
+                        hn::LoadU(df, a + op.o[3]));
+        } else {
+          sum = hn::ConvertTo(df,
+                              hn::Add(hn::Sub(hn::Sub(hn::LoadU(di, a + op.o[0]), hn::LoadU(di, a + op.o[1])),
+                                              hn::LoadU(di, a + op.o[2])),
+                                      hn::LoadU(di, a + op.o[3])));
+        }
+        const hn::Vec<DF> term = hn::Mul(hn::Set(df, op.weight), sum);
+        F = k == k0 ? term : hn::Add(F, term);
+      }
+      const hn::Vec<DF> lim = hn::Mul(hn::Set(df, s->threshold[i]), vnorm);
+      const hn::Vec<DF> vote =
+          hn::IfThenElse(hn::Lt(F, lim), hn::Set(df, s->val1[i]), hn::Set(df, s->val2[i]));
+      accLo = hn::Add(accLo, hn::PromoteTo(dd, hn::LowerHalf(dh, vote)));
+      accHi = hn::Add(accHi, hn::PromoteTo(dd, hn::UpperHalf(dh, vote)));
+      if (early) {
+        // A lane decides once its outcome cannot change; its decision is
+        // final, so later classifiers only matter for undecided lanes.
+        const VD hi = hn::Set(dd, s->restHi[i]), lo = hn::Set(dd, s->restLo[i]);
+        const MD accLoNow = hn::Ge(hn::Add(accLo, lo), acceptAt),
+                 accHiNow = hn::Ge(hn::Add(accHi, lo), acceptAt);
+        const MD rejLoNow = hn::Lt(hn::Add(accLo, hi), rejectAt),
+                 rejHiNow = hn::Lt(hn::Add(accHi, hi), rejectAt);
+        passLo = hn::Or(passLo, hn::AndNot(doneLo, accLoNow));
+        passHi = hn::Or(passHi, hn::AndNot(doneHi, accHiNow));
+        doneLo = hn::Or(doneLo, hn::Or(accLoNow, rejLoNow));
+        doneHi = hn::Or(doneHi, hn::Or(accHiNow, rejHiNow));
+        if (hn::AllTrue(dd, doneLo) && hn::AllTrue(dd, doneHi)) break;
+      }
+    }
+    const VD thrV = hn::Set(dd, thr);
+    passLo = hn::Or(passLo, hn::AndNot(doneLo, hn::Ge(accLo, thrV)));
+    passHi = hn::Or(passHi, hn::AndNot(doneHi, hn::Ge(accHi, thrV)));
+    const size_t half = hn::Lanes(dd);
+    uint8_t lo[8] = {}, hi[8] = {};
+    hn::StoreMaskBits(dd, passLo, lo);
+    hn::StoreMaskBits(dd, passHi, hi);
+    const unsigned bits = (unsigned)lo[0] | ((unsigned)hi[0] << half);
+    return bits;
+  }
+#endif
+
   // One band of window rows; returns the survivors it counted.
   template <bool Fast>
   long long band(const N* pNorm, int normStep, Kvp8u* pMask, int maskStep, int width, int y0,
@@ -333,6 +405,29 @@ struct Call {
             continue;
           }
         }
+#if KVP_HAVE_HWY
+        if constexpr (Fast && M != kInt) {
+          // Runs with two or more candidates among the next Lanes windows
+          // take the vector path; isolated candidates the scalar one.
+          const int lanes = (int)hn::Lanes(DF());
+          if (lanes >= 4 && lanes <= 16 && j + lanes <= width) {
+            int candidates = 0;
+            for (int l = 0; l < lanes; ++l) candidates += m[j + l] != 0;
+            if (candidates >= 2) {
+              const unsigned pass = passesVec(r0 + j, r1 + j, nrow + j);
+              for (int l = 0; l < lanes; ++l)
+                if (m[j + l]) {
+                  if (pass >> l & 1)
+                    ++count;
+                  else
+                    m[j + l] = 0;
+                }
+              j += lanes;
+              continue;
+            }
+          }
+        }
+#endif
         if (m[j]) {
           if (passes<Fast>(r0 + j, r1 + j, nrow[j]))
             ++count;
