@@ -1414,11 +1414,116 @@ KVP_API KvpStatus kvpiSampleLine_32f_C3R(const Kvp32f* pSrc, int srcStep, KvpiSi
  * Haar classifiers
  * ====================================================================== */
 
+/** Opaque stage of weak Haar classifiers with float weights, thresholds and votes. */
+typedef struct KvpiHaarClassifier_32f KvpiHaarClassifier_32f;
+/** Opaque stage of weak Haar classifiers with integer weights, thresholds and votes. */
+typedef struct KvpiHaarClassifier_32s KvpiHaarClassifier_32s;
+/** New stage of length upright weak classifiers (pNum[i] rectangles each, consecutive in pFeature / pWeight). */
+KVP_API KvpStatus kvpiHaarClassifierInitAlloc_32f(KvpiHaarClassifier_32f** ppState, const KvpiRect* pFeature, const Kvp32f* pWeight, const Kvp32f* pThreshold, const Kvp32f* pVal1, const Kvp32f* pVal2, const int* pNum, int length);
+/** New stage of length upright weak classifiers with integer weights, thresholds and votes. */
+KVP_API KvpStatus kvpiHaarClassifierInitAlloc_32s(KvpiHaarClassifier_32s** ppState, const KvpiRect* pFeature, const Kvp32s* pWeight, const Kvp32s* pThreshold, const Kvp32s* pVal1, const Kvp32s* pVal2, const int* pNum, int length);
+/** New stage of length 45-degree (tilted) weak classifiers with float weights. */
+KVP_API KvpStatus kvpiTiltedHaarClassifierInitAlloc_32f(KvpiHaarClassifier_32f** ppState, const KvpiRect* pFeature, const Kvp32f* pWeight, const Kvp32f* pThreshold, const Kvp32f* pVal1, const Kvp32f* pVal2, const int* pNum, int length);
+/** New stage of length 45-degree (tilted) weak classifiers with integer weights. */
+KVP_API KvpStatus kvpiTiltedHaarClassifierInitAlloc_32s(KvpiHaarClassifier_32s** ppState, const KvpiRect* pFeature, const Kvp32s* pWeight, const Kvp32s* pThreshold, const Kvp32s* pVal1, const Kvp32s* pVal2, const int* pNum, int length);
+/** Releases a float Haar stage. */
+KVP_API KvpStatus kvpiHaarClassifierFree_32f(KvpiHaarClassifier_32f* pState);
+/** Releases an integer Haar stage. */
+KVP_API KvpStatus kvpiHaarClassifierFree_32s(KvpiHaarClassifier_32s* pState);
+/** Makes the classifiers with pMask[i] != 0 tilted (flag 1) or upright (flag 0); the window size follows. */
+KVP_API KvpStatus kvpiTiltHaarFeatures_32f(const Kvp8u* pMask, int flag, KvpiHaarClassifier_32f* pState);
+/** Makes the selected classifiers of an integer stage tilted (flag 1) or upright (flag 0). */
+KVP_API KvpStatus kvpiTiltHaarFeatures_32s(const Kvp8u* pMask, int flag, KvpiHaarClassifier_32s* pState);
+/** The table footprint {W, H} a window of the float stage reads beyond its anchor. */
+KVP_API KvpStatus kvpiGetHaarClassifierSize_32f(const KvpiHaarClassifier_32f* pState, KvpiSize* pSize);
+/** The table footprint {W, H} a window of the integer stage reads beyond its anchor. */
+KVP_API KvpStatus kvpiGetHaarClassifierSize_32s(const KvpiHaarClassifier_32s* pState, KvpiSize* pSize);
+/** Applies one stage on float tables: clears the candidate mask where the vote sum stays below threshold; *pPositive = candidates left. */
+KVP_API KvpStatus kvpiApplyHaarClassifier_32f_C1R(const Kvp32f* pSrc, int srcStep, const Kvp32f* pNorm, int normStep, Kvp8u* pMask, int maskStep, KvpiSize roiSize, int* pPositive, Kvp32f threshold, const KvpiHaarClassifier_32f* pState);
+/** Applies one float-weight stage on 32-bit integer tables (sums converted to float). */
+KVP_API KvpStatus kvpiApplyHaarClassifier_32s32f_C1R(const Kvp32s* pSrc, int srcStep, const Kvp32f* pNorm, int normStep, Kvp8u* pMask, int maskStep, KvpiSize roiSize, int* pPositive, Kvp32f threshold, const KvpiHaarClassifier_32f* pState);
+/** Applies one integer stage on 32-bit tables; thresholds carry scaleFactor (-31..31) fractional bits, exact 64-bit arithmetic. */
+KVP_API KvpStatus kvpiApplyHaarClassifier_32s_C1RSfs(const Kvp32s* pSrc, int srcStep, const Kvp32s* pNorm, int normStep, Kvp8u* pMask, int maskStep, KvpiSize roiSize, int* pPositive, Kvp32s threshold, const KvpiHaarClassifier_32s* pState, int scaleFactor);
+/** Applies a float stage reading upright classifiers from pSrc and tilted ones from pTilt. */
+KVP_API KvpStatus kvpiApplyMixedHaarClassifier_32f_C1R(const Kvp32f* pSrc, int srcStep, const Kvp32f* pTilt, int tiltStep, const Kvp32f* pNorm, int normStep, Kvp8u* pMask, int maskStep, KvpiSize roiSize, int* pPositive, Kvp32f threshold, const KvpiHaarClassifier_32f* pState);
+/** Applies a float-weight stage on integer upright (pSrc) and tilted (pTilt) tables. */
+KVP_API KvpStatus kvpiApplyMixedHaarClassifier_32s32f_C1R(const Kvp32s* pSrc, int srcStep, const Kvp32s* pTilt, int tiltStep, const Kvp32f* pNorm, int normStep, Kvp8u* pMask, int maskStep, KvpiSize roiSize, int* pPositive, Kvp32f threshold, const KvpiHaarClassifier_32f* pState);
+/** Applies an integer stage on integer upright (pSrc) and tilted (pTilt) tables with scaleFactor fractional threshold bits. */
+KVP_API KvpStatus kvpiApplyMixedHaarClassifier_32s_C1RSfs(const Kvp32s* pSrc, int srcStep, const Kvp32s* pTilt, int tiltStep, const Kvp32s* pNorm, int normStep, Kvp8u* pMask, int maskStep, KvpiSize roiSize, int* pPositive, Kvp32s threshold, const KvpiHaarClassifier_32s* pState, int scaleFactor);
+
 /* (end of haar) */
 
 /* ======================================================================
  * Foreground models
  * ====================================================================== */
+
+/** Parameters of the histogram background model (a null record selects 16, 16, 6, 8, 8, 12, 0.02, 0.005, 20, 0.1, 0.6, 0, 20). */
+typedef struct {
+  int valueQuant;              /* levels per channel of the colour feature, 2..256 */
+  int changeQuant;             /* levels per channel of the co-occurrence feature, 2..256 (C1), 2..40 (C3) */
+  int valueUse;                /* leading colour entries consulted by the classification, >= 1 */
+  int valueAll;                /* colour entries kept per pixel, valueUse..64 */
+  int changeUse;               /* leading co-occurrence entries consulted, >= 1 */
+  int changeAll;               /* co-occurrence entries kept per pixel, changeUse..64 */
+  Kvp32f updBGChange;          /* learning rate of the feature statistics, 0 < r <= 1 */
+  Kvp32f updBGRef;             /* learning rate of the reference background, 0 < r <= 1 */
+  int numFrame;                /* training frames (learned as background, masks all zero), >= 0 */
+  Kvp32f detectionRate;        /* shadow: largest relative chromatic distortion, >= 0 */
+  Kvp32f brightnessDistortion; /* shadow: smallest brightness ratio, 0 <= b < 1 */
+  int shadowBG;                /* 0: no shadow test; non-zero: shadows written as background */
+  int diffThreshold;           /* change detection: smallest grey-level difference that counts, 1..255 */
+} KvpFGHistogramModel;
+
+/** Parameters of the Gaussian-mixture background model (a null record selects 5, 0.7, -1, 200, 0, 0.1, 0.6, 0, 15). */
+typedef struct {
+  int numGauss;                /* components per pixel, 1..8 */
+  Kvp32f priorBack;            /* background share of the weight, 0 < T <= 1 */
+  Kvp32f updBGProb;            /* learning rate: < 0 automatic (1 / min(t, winSize)); 0 <= r < 1 fixed */
+  int winSize;                 /* history length of the automatic rate, >= 1 */
+  int numFrame;                /* training frames (masks all zero), >= 0 */
+  Kvp32f detectionRate;        /* shadow: largest relative chromatic distortion, >= 0 */
+  Kvp32f brightnessDistortion; /* shadow: smallest brightness ratio, 0 <= b < 1 */
+  int shadowBG;                /* 0: no shadow test; non-zero: shadows written as background */
+  Kvp32f noiseSigma;           /* variance floor noiseSigma^2, noiseSigma > 0 */
+} KvpFGGaussianModel;
+
+/** Opaque learning state of the histogram background model. */
+typedef struct KvpiFGHistogramState KvpiFGHistogramState;
+/** The histogram state built for one-channel frames. */
+typedef KvpiFGHistogramState KvpiFGHistogramState_8u_C1R;
+/** The histogram state built for three-channel frames. */
+typedef KvpiFGHistogramState KvpiFGHistogramState_8u_C3R;
+/** Opaque learning state of the Gaussian-mixture background model. */
+typedef struct KvpiFGGaussianState KvpiFGGaussianState;
+/** The Gaussian state built for one-channel frames. */
+typedef KvpiFGGaussianState KvpiFGGaussianState_8u_C1R;
+/** The Gaussian state built for three-channel frames. */
+typedef KvpiFGGaussianState KvpiFGGaussianState_8u_C3R;
+
+/** New histogram model of roiSize learned from the first frame (pModel null: defaults). */
+KVP_API KvpStatus kvpiForegroundHistogramInitAlloc_8u_C1R(const Kvp8u* pSrc, int srcStep, KvpiSize roiSize, const KvpFGHistogramModel* pModel, KvpiFGHistogramState_8u_C1R** ppState);
+/** New three-channel histogram model learned from the first frame (pModel null: defaults). */
+KVP_API KvpStatus kvpiForegroundHistogramInitAlloc_8u_C3R(const Kvp8u* pSrc, int srcStep, KvpiSize roiSize, const KvpFGHistogramModel* pModel, KvpiFGHistogramState_8u_C3R** ppState);
+/** Foreground mask (255 / 0) of the next frame against the histogram model; the state is only read. */
+KVP_API KvpStatus kvpiForegroundHistogram_8u_C1R(const KvpiFGHistogramState_8u_C1R* pState, const Kvp8u* pSrc, int srcStep, Kvp8u* pFG, int fgStep);
+/** Three-channel foreground mask against the histogram model; the state is only read. */
+KVP_API KvpStatus kvpiForegroundHistogram_8u_C3R(const KvpiFGHistogramState_8u_C3R* pState, const Kvp8u* pSrc, int srcStep, Kvp8u* pFG, int fgStep);
+/** Learns the next frame into the histogram model and writes the rounded reference background to pRef. */
+KVP_API KvpStatus kvpiForegroundHistogramUpdate_8u_C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pRef, int refStep, KvpiSize roiSize, KvpiFGHistogramState_8u_C1R* pState);
+/** Learns the next three-channel frame into the histogram model; pRef receives the reference background. */
+KVP_API KvpStatus kvpiForegroundHistogramUpdate_8u_C3R(const Kvp8u* pSrc, int srcStep, Kvp8u* pRef, int refStep, KvpiSize roiSize, KvpiFGHistogramState_8u_C3R* pState);
+/** Releases a histogram state and all its blocks. */
+KVP_API KvpStatus kvpiForegroundHistogramFree(KvpiFGHistogramState* pState);
+/** New Gaussian-mixture model of roiSize learned from the first frame (pModel null: defaults). */
+KVP_API KvpStatus kvpiForegroundGaussianInitAlloc_8u_C1R(const Kvp8u* pSrc, int srcStep, KvpiSize roiSize, const KvpFGGaussianModel* pModel, KvpiFGGaussianState_8u_C1R** ppState);
+/** New three-channel Gaussian-mixture model learned from the first frame (pModel null: defaults). */
+KVP_API KvpStatus kvpiForegroundGaussianInitAlloc_8u_C3R(const Kvp8u* pSrc, int srcStep, KvpiSize roiSize, const KvpFGGaussianModel* pModel, KvpiFGGaussianState_8u_C3R** ppState);
+/** Classifies and learns the next frame: foreground mask to pDstFG, leading component's mean to pRef. */
+KVP_API KvpStatus kvpiForegroundGaussian_8u_C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pRef, int refStep, Kvp8u* pDstFG, int dstFGStep, KvpiSize roiSize, KvpiFGGaussianState_8u_C1R* pState);
+/** Classifies and learns the next three-channel frame: mask to pDstFG, leading means to pRef. */
+KVP_API KvpStatus kvpiForegroundGaussian_8u_C3R(const Kvp8u* pSrc, int srcStep, Kvp8u* pRef, int refStep, Kvp8u* pDstFG, int dstFGStep, KvpiSize roiSize, KvpiFGGaussianState_8u_C3R* pState);
+/** Releases a Gaussian state and all its blocks. */
+KVP_API KvpStatus kvpiForegroundGaussianFree(KvpiFGGaussianState* pState);
 
 /* (end of foreground) */
 
