@@ -1351,6 +1351,57 @@ KVP_API KvpStatus kvpiInpaint_8u_C3R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst
  * Edges and corners
  * ====================================================================== */
 
+/** Bytes of the work buffer of the Canny detectors on precomputed derivatives. */
+KVP_API KvpStatus kvpiCannyGetSize(KvpiSize roiSize, int* pBufferSize);
+/** Canny edges (255 edge, 0 not) from 16-bit horizontal and vertical derivatives; L2 magnitude, thresholds clamped at 32767. */
+KVP_API KvpStatus kvpiCanny_16s8u_C1R(const Kvp16s* pSrcDx, int srcDxStep, const Kvp16s* pSrcDy, int srcDyStep, Kvp8u* pDstEdges, int dstEdgeStep, KvpiSize roiSize, Kvp32f lowThresh, Kvp32f highThresh, Kvp8u* pBuffer);
+/** Canny edges from float derivatives; L2 magnitude in double, thresholds not clamped. */
+KVP_API KvpStatus kvpiCanny_32f8u_C1R(const Kvp32f* pSrcDx, int srcDxStep, const Kvp32f* pSrcDy, int srcDyStep, Kvp8u* pDstEdges, int dstEdgeStep, KvpiSize roiSize, Kvp32f lowThresh, Kvp32f highThresh, Kvp8u* pBuffer);
+/** Bytes of the work buffer of kvpiCannyBorder_8u_C1R for a kernel and mask. */
+KVP_API KvpStatus kvpiCannyBorderGetSize(KvpiSize roiSize, KvpiDifferentialKernel filterType, KvpiMaskSize mask, int* pBufferSize);
+/** Canny edges of an 8-bit image: Sobel 3x3/5x5 or Scharr 3x3 derivatives with the given border, L1 or L2 magnitude. */
+KVP_API KvpStatus kvpiCannyBorder_8u_C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiDifferentialKernel filterType, KvpiMaskSize mask, KvpiBorderType borderType, Kvp8u borderValue, Kvp32f lowThresh, Kvp32f highThresh, KvpiNorm norm, Kvp8u* pBuffer);
+/** Bytes of the work buffer of kvpiMinEigenVal_8u32f_C1R. */
+KVP_API KvpStatus kvpiMinEigenValGetBufferSize_8u32f_C1R(KvpiSize roiSize, KvpiDifferentialKernel kernType, int apertureSize, int avgWindow, int* pBufferSize);
+/** Bytes of the work buffer of kvpiMinEigenVal_32f_C1R. */
+KVP_API KvpStatus kvpiMinEigenValGetBufferSize_32f_C1R(KvpiSize roiSize, KvpiDifferentialKernel kernType, int apertureSize, int avgWindow, int* pBufferSize);
+/** Bytes of the work buffer of kvpiEigenValsVecs_8u32f_C1R. */
+KVP_API KvpStatus kvpiEigenValsVecsGetBufferSize_8u32f_C1R(KvpiSize roiSize, KvpiDifferentialKernel kernType, int apertureSize, int avgWindow, int* pBufferSize);
+/** Bytes of the work buffer of kvpiEigenValsVecs_32f_C1R. */
+KVP_API KvpStatus kvpiEigenValsVecsGetBufferSize_32f_C1R(KvpiSize roiSize, KvpiDifferentialKernel kernType, int apertureSize, int avgWindow, int* pBufferSize);
+/** Bytes of the work buffer of kvpiHarrisCorner_8u32f_C1R. */
+KVP_API KvpStatus kvpiHarrisCornerGetBufferSize_8u32f_C1R(KvpiSize roiSize, KvpiDifferentialKernel kernType, int apertureSize, int avgWindow, int* pBufferSize);
+/** Bytes of the work buffer of kvpiHarrisCorner_32f_C1R. */
+KVP_API KvpStatus kvpiHarrisCornerGetBufferSize_32f_C1R(KvpiSize roiSize, KvpiDifferentialKernel kernType, int apertureSize, int avgWindow, int* pBufferSize);
+/** Smaller eigenvalue of the windowed structure tensor of an 8-bit image (derivatives scaled to 1/255 units). */
+KVP_API KvpStatus kvpiMinEigenVal_8u32f_C1R(const Kvp8u* pSrc, int srcStep, Kvp32f* pMinEigenVal, int minValStep, KvpiSize roiSize, KvpiDifferentialKernel kernType, int apertureSize, int avgWindow, Kvp8u* pBuffer);
+/** Smaller eigenvalue of the windowed structure tensor of a float image. */
+KVP_API KvpStatus kvpiMinEigenVal_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pMinEigenVal, int minValStep, KvpiSize roiSize, KvpiDifferentialKernel kernType, int apertureSize, int avgWindow, Kvp8u* pBuffer);
+/** Both eigenvalues and unit eigenvectors of the structure tensor of an 8-bit image, 6 floats per pixel (l1, l2, x1, y1, x2, y2). */
+KVP_API KvpStatus kvpiEigenValsVecs_8u32f_C1R(const Kvp8u* pSrc, int srcStep, Kvp32f* pEigenVV, int eigStep, KvpiSize roiSize, KvpiDifferentialKernel kernType, int apertureSize, int avgWindow, Kvp8u* pBuffer);
+/** Both eigenvalues and unit eigenvectors of the structure tensor of a float image, 6 floats per pixel. */
+KVP_API KvpStatus kvpiEigenValsVecs_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pEigenVV, int eigStep, KvpiSize roiSize, KvpiDifferentialKernel kernType, int apertureSize, int avgWindow, Kvp8u* pBuffer);
+/** Harris response scale * (det - k * trace^2) of the structure tensor of an 8-bit image. */
+KVP_API KvpStatus kvpiHarrisCorner_8u32f_C1R(const Kvp8u* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiDifferentialKernel kernType, int apertureSize, int avgWindow, Kvp32f k, Kvp32f scale, Kvp8u* pBuffer);
+/** Harris response scale * (det - k * trace^2) of the structure tensor of a float image. */
+KVP_API KvpStatus kvpiHarrisCorner_32f_C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiDifferentialKernel kernType, int apertureSize, int avgWindow, Kvp32f k, Kvp32f scale, Kvp8u* pBuffer);
+/** Bytes of the peak bitmap of kvpiFindPeaks3x3_32f_C1R. */
+KVP_API KvpStatus kvpiFindPeaks3x3GetBufferSize_32f_C1R(KvpiSize roiSize, int* pBufferSize);
+/** Bytes of the peak bitmap of kvpiFindPeaks3x3_32s_C1R. */
+KVP_API KvpStatus kvpiFindPeaks3x3GetBufferSize_32s_C1R(KvpiSize roiSize, int* pBufferSize);
+/** Local maxima above a threshold (4 neighbours for L1, 8 for Inf) inside a border, in raster order, at most maxPeakCount. */
+KVP_API KvpStatus kvpiFindPeaks3x3_32f_C1R(const Kvp32f* pSrc, int srcStep, KvpiSize roiSize, Kvp32f threshold, KvpiPoint* pPeak, int maxPeakCount, int* pPeakCount, KvpiNorm norm, int border, Kvp8u* pBuffer);
+/** Local maxima of a 32-bit integer map above a threshold, in raster order, at most maxPeakCount. */
+KVP_API KvpStatus kvpiFindPeaks3x3_32s_C1R(const Kvp32s* pSrc, int srcStep, KvpiSize roiSize, Kvp32s threshold, KvpiPoint* pPeak, int maxPeakCount, int* pPeakCount, KvpiNorm norm, int border, Kvp8u* pBuffer);
+/** Angles of (y, x) pairs in degrees in [0, 360), within 0.00075 degrees, the same bits on every processor. */
+KVP_API KvpStatus kvpibFastArctan_32f(const Kvp32f* pSrcY, const Kvp32f* pSrcX, Kvp32f* pDst, int length);
+/** Inf, L1 or L2 norm of the three channel values of each 8-bit pixel (rounded, saturated). */
+KVP_API KvpStatus kvpiGradientColorToGray_8u_C3C1R(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, KvpiSize roiSize, KvpiNorm norm);
+/** Inf, L1 or L2 norm of the three channel values of each 16-bit pixel (rounded, saturated). */
+KVP_API KvpStatus kvpiGradientColorToGray_16u_C3C1R(const Kvp16u* pSrc, int srcStep, Kvp16u* pDst, int dstStep, KvpiSize roiSize, KvpiNorm norm);
+/** Inf, L1 or L2 norm of the absolute channel values of each float pixel (L2 in double). */
+KVP_API KvpStatus kvpiGradientColorToGray_32f_C3C1R(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep, KvpiSize roiSize, KvpiNorm norm);
+
 /* (end of edges and corners) */
 
 /* ======================================================================
