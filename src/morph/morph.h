@@ -157,14 +157,34 @@ inline void analyseFlat(MorphHead* h) {
 
 // ---- element operations -----------------------------------------------------
 
-template <class T>
-struct MinOp {
-  static T f(T a, T b) { return b < a ? b : a; }
-};
+// An operation names its extremum f; kFlip operations work on the bitwise
+// complement of the data (in at the bordered rows, out at the destination),
+// where their extremum is the other one.
 template <class T>
 struct MaxOp {
+  static constexpr bool kFlip = false;
   static T f(T a, T b) { return a < b ? b : a; }
 };
+template <class T>
+struct MinOp {
+  static constexpr bool kFlip = false;
+  static T f(T a, T b) { return b < a ? b : a; }
+};
+// Without 16-bit unsigned min instructions (SSSE3) the minimum is the
+// complement of the maximum of the complements, which costs two
+// instructions per vector where the direct form costs five.
+template <>
+struct MinOp<Kvp16u> {
+  static constexpr bool kFlip = true;
+  static Kvp16u f(Kvp16u a, Kvp16u b) { return a < b ? b : a; }
+};
+template <class Op, class T>
+inline T flipped(T v) {
+  if constexpr (Op::kFlip)
+    return (T)~v;
+  else
+    return v;
+}
 
 // a - b: saturating at 0 for integers, one IEEE subtraction for floats.
 template <class T>
@@ -253,16 +273,17 @@ struct Sink {
   void put(int y, const T* const* p, int count) const {
     T* d = rowAt(dst, dstStep, y);
     if constexpr (P == Post::Copy) {
-      if (count == 1) {
+      if (count == 1 && !Op::kFlip) {
         std::memcpy(d, p[0], sizeof(T) * (size_t)n);
         return;
       }
-      withCount(count,
-                [&](auto K) { extRows<T, Op, K>(d, p, n, [](T* __restrict dd, int e, T v) { dd[e] = v; }); });
+      withCount(count, [&](auto K) {
+        extRows<T, Op, K>(d, p, n, [](T* __restrict dd, int e, T v) { dd[e] = flipped<Op>(v); });
+      });
     } else {
       const T* __restrict o = rowAt(other, otherStep, y);
       withCount(count, [&](auto K) {
-        extRows<T, Op, K>(d, p, n, [o](T* __restrict dd, int e, T v) { dd[e] = post(v, o[e]); });
+        extRows<T, Op, K>(d, p, n, [o](T* __restrict dd, int e, T v) { dd[e] = post(flipped<Op>(v), o[e]); });
       });
     }
   }
@@ -281,20 +302,29 @@ inline void ext2(T* d, const T* a, const T* b, int n) {
   for (int e = 0; e < n; ++e) d[e] = Op::f(a[e], b[e]);
 }
 
-// Pixels k = 0 .. len-1 of source row srow at x = clamp(k + offx, 0, W - 1).
-template <class T>
+// Pixels k = 0 .. len-1 of source row srow at x = clamp(k + offx, 0, W - 1)
+// (complemented for the operations that work on complements).
+template <class T, class Op = MaxOp<T>>
 inline void borderRow(T* d, const T* srow, int W, int cn, int offx, int len) {
   int k = 0;
   for (; k < len && k + offx < 0; ++k)
-    for (int c = 0; c < cn; ++c) d[k * cn + c] = srow[c];
+    for (int c = 0; c < cn; ++c) d[k * cn + c] = flipped<Op>(srow[c]);
   const int mid = std::min(len, W - offx);
   if (mid > k) {
-    std::memcpy(d + (long long)k * cn, srow + (long long)(k + offx) * cn, sizeof(T) * (size_t)(mid - k) * cn);
+    T* __restrict dd = d + (long long)k * cn;
+    const T* __restrict ss = srow + (long long)(k + offx) * cn;
+    const long long n = (long long)(mid - k) * cn;
+    if constexpr (Op::kFlip) {
+#pragma omp simd
+      for (long long e = 0; e < n; ++e) dd[e] = flipped<Op>(ss[e]);
+    } else {
+      std::memcpy(dd, ss, sizeof(T) * (size_t)n);
+    }
     k = mid;
   }
   const T* last = srow + (long long)(W - 1) * cn;
   for (; k < len; ++k)
-    for (int c = 0; c < cn; ++c) d[(long long)k * cn + c] = last[c];
+    for (int c = 0; c < cn; ++c) d[(long long)k * cn + c] = flipped<Op>(last[c]);
 }
 
 // In place: row r of lenPix pixels becomes its window-p extremum
@@ -367,7 +397,7 @@ void flatBand(MorphHead* h, int t, const T* src, int srcStep, int W, int H, int 
     // Horizontal extremum of virtual row s into d (returns where it is).
     auto hrow = [&](long long s, T* d) -> const T* {
       T* b = bw == 1 ? d : bord;
-      borderRow(b, srcRow(s), W, cn, dx, lenPix);
+      borderRow<T, Op>(b, srcRow(s), W, cn, dx, lenPix);
       const T* r = hext<T, Op>(d, b, W, cn, bw);
       return r;
     };
@@ -438,7 +468,7 @@ void flatBand(MorphHead* h, int t, const T* src, int srcStep, int W, int H, int 
   auto cached = [&](long long s) { return row(2 + bh + floorMod(s, bh)); };
   auto load = [&](long long s) {
     T* b = raw(s);
-    borderRow(b, srcRow(s), W, cn, dx, lenPix);
+    borderRow<T, Op>(b, srcRow(s), W, cn, dx, lenPix);
     if (P) {
       T* c = cached(s);
       std::memcpy(c, b, sizeof(T) * (size_t)lenPix * cn);

@@ -43,10 +43,11 @@ Img<T> load(const void* p, long long step, int w, int h, int cn) {
   return im;
 }
 
-// Element equality (floats by ==, so tied zeros of either sign agree).
+// Element equality (floats by ==, so tied zeros of either sign agree; two
+// NaNs, which a difference of equal infinities gives, agree too).
 template <class T>
 bool same(T a, T b) {
-  return a == b;
+  return a == b || (a != a && b != b);
 }
 
 template <class T>
