@@ -181,7 +181,7 @@ void runFlat(kvf::Stream& s, const FlatEntry<T>& f, const FlatEntry<T>& other) {
   const auto in = mref::load<T>(c.g[0]->roi(), c.p[0].step, c.roi.width, c.roi.height, f.cn);
   if (hasNan(in)) return;
   const auto out = mref::load<T>(c.g[1]->roi(), c.p[1].step, c.roi.width, c.roi.height, f.cn);
-  const auto ref = mref::derived(in, k, (mref::Op)op);
+  const auto ref = mref::allOps(in, k)[op];
   for (size_t i = 0; i < ref.v.size(); ++i)
     KVF_REQUIRE(mref::same(out.v[i], ref.v[i]), "op %d element %zu of %dx%d: %g vs %g", op, i, c.roi.width,
                 c.roi.height, (double)out.v[i], (double)ref.v[i]);
