@@ -80,13 +80,13 @@ inline void foldTerm(T* __restrict acc, const T* __restrict b, Value<T> m, int n
 #pragma omp simd
       for (int e = 0; e < n; ++e) {
         const Kvp8u t = (Kvp8u)((b[e] < room ? b[e] : room) + k);
-        acc[e] = first ? t : (Dilate ? std::max(acc[e], t) : std::min(acc[e], t));
+        acc[e] = first ? t : (Dilate ? (acc[e] < t ? t : acc[e]) : (t < acc[e] ? t : acc[e]));
       }
     } else {
 #pragma omp simd
       for (int e = 0; e < n; ++e) {
         const Kvp8u t = (Kvp8u)(b[e] - (b[e] < k ? b[e] : k));
-        acc[e] = first ? t : (Dilate ? std::max(acc[e], t) : std::min(acc[e], t));
+        acc[e] = first ? t : (Dilate ? (acc[e] < t ? t : acc[e]) : (t < acc[e] ? t : acc[e]));
       }
     }
   } else {

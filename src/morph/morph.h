@@ -157,14 +157,34 @@ inline void analyseFlat(MorphHead* h) {
 
 // ---- element operations -----------------------------------------------------
 
-template <class T>
-struct MinOp {
-  static T f(T a, T b) { return b < a ? b : a; }
-};
+// An operation names its extremum f; kFlip operations work on the bitwise
+// complement of the data (in at the bordered rows, out at the destination),
+// where their extremum is the other one.
 template <class T>
 struct MaxOp {
+  static constexpr bool kFlip = false;
   static T f(T a, T b) { return a < b ? b : a; }
 };
+template <class T>
+struct MinOp {
+  static constexpr bool kFlip = false;
+  static T f(T a, T b) { return b < a ? b : a; }
+};
+// Without 16-bit unsigned min instructions (SSSE3) the minimum is the
+// complement of the maximum of the complements, which costs two
+// instructions per vector where the direct form costs five.
+template <>
+struct MinOp<Kvp16u> {
+  static constexpr bool kFlip = true;
+  static Kvp16u f(Kvp16u a, Kvp16u b) { return a < b ? b : a; }
+};
+template <class Op, class T>
+inline T flipped(T v) {
+  if constexpr (Op::kFlip)
+    return (T)~v;
+  else
+    return v;
+}
 
 // a - b: saturating at 0 for integers, one IEEE subtraction for floats.
 template <class T>
@@ -181,6 +201,60 @@ inline T subSat(T a, T b) {
 // subtracted from / by the same row of another image.
 enum class Post { Copy, OtherMinus, MinusOther };
 
+// Up to kBatch rows are combined in one pass.
+constexpr int kBatch = 8;
+
+// d[e] = ext of rows p[0 .. K-1] at e, then post(., o[e]) when o is given.
+template <class T, class Op, int K, class F>
+inline void extRows(T* __restrict d, const T* const* p, int n, F&& store) {
+  const T* q[K];
+  for (int k = 0; k < K; ++k) q[k] = p[k];
+#pragma omp simd
+  for (int e = 0; e < n; ++e) {
+    T v = q[0][e];
+    for (int k = 1; k < K; ++k) v = Op::f(v, q[k][e]);
+    store(d, e, v);
+  }
+}
+
+// Calls f(std::integral_constant<int, K>) for count = K in 1 .. kBatch.
+template <class F>
+inline void withCount(int count, F&& f) {
+  switch (count) {
+    case 1:
+      return f(std::integral_constant<int, 1>{});
+    case 2:
+      return f(std::integral_constant<int, 2>{});
+    case 3:
+      return f(std::integral_constant<int, 3>{});
+    case 4:
+      return f(std::integral_constant<int, 4>{});
+    case 5:
+      return f(std::integral_constant<int, 5>{});
+    case 6:
+      return f(std::integral_constant<int, 6>{});
+    case 7:
+      return f(std::integral_constant<int, 7>{});
+    default:
+      return f(std::integral_constant<int, 8>{});
+  }
+}
+
+// acc = ext of rows p[0 .. count-1] (count <= kBatch; acc may be p[0]).
+template <class T, class Op>
+inline void reduceRows(T* acc, const T* const* p, int count, int n) {
+  withCount(count, [&](auto K) {
+    const T* q[K];
+    for (int k = 0; k < K; ++k) q[k] = p[k];
+#pragma omp simd
+    for (int e = 0; e < n; ++e) {
+      T v = q[0][e];
+      for (int k = 1; k < K; ++k) v = Op::f(v, q[k][e]);
+      acc[e] = v;
+    }
+  });
+}
+
 template <class T, class Op, Post P>
 struct Sink {
   T* dst;
@@ -195,26 +269,27 @@ struct Sink {
     else
       return subSat(v, o);
   }
-  // dst row y = post(ext(a, b)), b optional.
-  void put(int y, const T* __restrict a, const T* __restrict b) const {
-    T* __restrict d = rowAt(dst, dstStep, y);
+  // dst row y = post(ext of rows p[0 .. count-1]), count <= kBatch.
+  void put(int y, const T* const* p, int count) const {
+    T* d = rowAt(dst, dstStep, y);
     if constexpr (P == Post::Copy) {
-      if (b) {
-#pragma omp simd
-        for (int e = 0; e < n; ++e) d[e] = Op::f(a[e], b[e]);
-      } else {
-        std::memcpy(d, a, sizeof(T) * (size_t)n);
+      if (count == 1 && !Op::kFlip) {
+        std::memcpy(d, p[0], sizeof(T) * (size_t)n);
+        return;
       }
+      withCount(count, [&](auto K) {
+        extRows<T, Op, K>(d, p, n, [](T* __restrict dd, int e, T v) { dd[e] = flipped<Op>(v); });
+      });
     } else {
       const T* __restrict o = rowAt(other, otherStep, y);
-      if (b) {
-#pragma omp simd
-        for (int e = 0; e < n; ++e) d[e] = post(Op::f(a[e], b[e]), o[e]);
-      } else {
-#pragma omp simd
-        for (int e = 0; e < n; ++e) d[e] = post(a[e], o[e]);
-      }
+      withCount(count, [&](auto K) {
+        extRows<T, Op, K>(d, p, n, [o](T* __restrict dd, int e, T v) { dd[e] = post(flipped<Op>(v), o[e]); });
+      });
     }
+  }
+  void put(int y, const T* a, const T* b) const {
+    const T* p[2] = {a, b};
+    put(y, p, b ? 2 : 1);
   }
 };
 
@@ -227,20 +302,29 @@ inline void ext2(T* d, const T* a, const T* b, int n) {
   for (int e = 0; e < n; ++e) d[e] = Op::f(a[e], b[e]);
 }
 
-// Pixels k = 0 .. len-1 of source row srow at x = clamp(k + offx, 0, W - 1).
-template <class T>
+// Pixels k = 0 .. len-1 of source row srow at x = clamp(k + offx, 0, W - 1)
+// (complemented for the operations that work on complements).
+template <class T, class Op = MaxOp<T>>
 inline void borderRow(T* d, const T* srow, int W, int cn, int offx, int len) {
   int k = 0;
   for (; k < len && k + offx < 0; ++k)
-    for (int c = 0; c < cn; ++c) d[k * cn + c] = srow[c];
+    for (int c = 0; c < cn; ++c) d[k * cn + c] = flipped<Op>(srow[c]);
   const int mid = std::min(len, W - offx);
   if (mid > k) {
-    std::memcpy(d + (long long)k * cn, srow + (long long)(k + offx) * cn, sizeof(T) * (size_t)(mid - k) * cn);
+    T* __restrict dd = d + (long long)k * cn;
+    const T* __restrict ss = srow + (long long)(k + offx) * cn;
+    const long long n = (long long)(mid - k) * cn;
+    if constexpr (Op::kFlip) {
+#pragma omp simd
+      for (long long e = 0; e < n; ++e) dd[e] = flipped<Op>(ss[e]);
+    } else {
+      std::memcpy(dd, ss, sizeof(T) * (size_t)n);
+    }
     k = mid;
   }
   const T* last = srow + (long long)(W - 1) * cn;
   for (; k < len; ++k)
-    for (int c = 0; c < cn; ++c) d[(long long)k * cn + c] = last[c];
+    for (int c = 0; c < cn; ++c) d[(long long)k * cn + c] = flipped<Op>(last[c]);
 }
 
 // In place: row r of lenPix pixels becomes its window-p extremum
@@ -280,20 +364,10 @@ inline void hextDirect(T* __restrict d, const T* __restrict s, int n, int cn) {
 template <class T, class Op>
 inline const T* hext(T* d, T* b, int W, int cn, int L) {
   const int n = W * cn;
-  switch (L) {
-    case 1:
-      return b;
-    case 2:
-      hextDirect<T, Op, 2>(d, b, n, cn);
-      return d;
-    case 3:
-      hextDirect<T, Op, 3>(d, b, n, cn);
-      return d;
-    case 4:
-      hextDirect<T, Op, 4>(d, b, n, cn);
-      return d;
-    default:
-      break;
+  if (L == 1) return b;
+  if (L <= kBatch) {
+    withCount(L, [&](auto K) { hextDirect<T, Op, K>(d, b, n, cn); });
+    return d;
   }
   const int p = 1 << (31 - __builtin_clz((unsigned)L));
   doubleTo<T, Op>(b, W + L - 1, cn, p);
@@ -323,29 +397,20 @@ void flatBand(MorphHead* h, int t, const T* src, int srcStep, int W, int H, int 
     // Horizontal extremum of virtual row s into d (returns where it is).
     auto hrow = [&](long long s, T* d) -> const T* {
       T* b = bw == 1 ? d : bord;
-      borderRow(b, srcRow(s), W, cn, dx, lenPix);
+      borderRow<T, Op>(b, srcRow(s), W, cn, dx, lenPix);
       const T* r = hext<T, Op>(d, b, W, cn, bw);
       return r;
     };
     const long long s0 = (long long)y0 + dy;
-    if (bh <= 5) {
-      // Ring of bh horizontal rows (rows 2 ..), accumulator in row 1.
-      T* acc = row(1);
+    if (bh <= kBatch) {
+      // Ring of bh horizontal rows (rows 2 ..), all bh combined in one pass.
       for (long long s = s0; s < s0 + bh - 1; ++s) hrow(s, row(2 + floorMod(s, bh)));
+      const T* p[kBatch];
       for (int k = 0; k < rows; ++k) {
         const long long s = s0 + k;
         hrow(s + bh - 1, row(2 + floorMod(s + bh - 1, bh)));
-        const T* r0 = row(2 + floorMod(s, bh));
-        if (bh == 1) {
-          sink.put(y0 + k, r0, nullptr);
-          continue;
-        }
-        const T* a = r0;
-        for (int j = 1; j + 1 < bh; ++j) {
-          ext2<T, Op>(acc, a, row(2 + floorMod(s + j, bh)), n);
-          a = acc;
-        }
-        sink.put(y0 + k, a, row(2 + floorMod(s + bh - 1, bh)));
+        for (int j = 0; j < bh; ++j) p[j] = row(2 + floorMod(s + j, bh));
+        sink.put(y0 + k, p, bh);
       }
       return;
     }
@@ -403,7 +468,7 @@ void flatBand(MorphHead* h, int t, const T* src, int srcStep, int W, int H, int 
   auto cached = [&](long long s) { return row(2 + bh + floorMod(s, bh)); };
   auto load = [&](long long s) {
     T* b = raw(s);
-    borderRow(b, srcRow(s), W, cn, dx, lenPix);
+    borderRow<T, Op>(b, srcRow(s), W, cn, dx, lenPix);
     if (P) {
       T* c = cached(s);
       std::memcpy(c, b, sizeof(T) * (size_t)lenPix * cn);
@@ -415,18 +480,18 @@ void flatBand(MorphHead* h, int t, const T* src, int srcStep, int W, int H, int 
   for (int k = 0; k < rows; ++k) {
     const long long s = s0 + k;
     load(s + bh - 1);
-    const T* a = nullptr;
-    const T* b = nullptr;
+    // Terms gather in batches of kBatch rows; a full batch folds into acc,
+    // which becomes the first term of the next.
+    const T* batch[kBatch];
+    int count = 0;
+    auto flush = [&] {
+      reduceRows<T, Op>(acc, batch, count, n);
+      batch[0] = acc;
+      count = 1;
+    };
     auto add = [&](const T* v) {
-      if (!a)
-        a = v;
-      else if (!b)
-        b = v;
-      else {
-        ext2<T, Op>(acc, a, b, n);
-        a = acc;
-        b = v;
-      }
+      if (count == kBatch) flush();
+      batch[count++] = v;
     };
     for (int q = 0; q < h->runs; ++q) {
       const int j = runs[q].start / bw, i = runs[q].start % bw, L = runs[q].len;
@@ -443,19 +508,12 @@ void flatBand(MorphHead* h, int t, const T* src, int srcStep, int W, int H, int 
         // that tmp is free for the next run.
         std::memcpy(tmp, raw(s + j), sizeof(T) * (size_t)lenPix * cn);
         doubleTo<T, Op>(tmp, lenPix, cn, p);
-        if (L != p) ext2<T, Op>(tmp + off, tmp + off, tmp + tail, n);
         add(tmp + off);
-        if (b) {
-          ext2<T, Op>(acc, a, b, n);
-          a = acc;
-          b = nullptr;
-        } else if (a != acc) {
-          std::memcpy(acc, a, sizeof(T) * (size_t)n);
-          a = acc;
-        }
+        if (L != p) add(tmp + tail);
+        flush();
       }
     }
-    sink.put(y0 + k, a, b);
+    sink.put(y0 + k, batch, count);
   }
 }
 

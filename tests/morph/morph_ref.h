@@ -43,10 +43,11 @@ Img<T> load(const void* p, long long step, int w, int h, int cn) {
   return im;
 }
 
-// Element equality (floats by ==, so tied zeros of either sign agree).
+// Element equality (floats by ==, so tied zeros of either sign agree; two
+// NaNs, which a difference of equal infinities gives, agree too).
 template <class T>
 bool same(T a, T b) {
-  return a == b;
+  return a == b || (a != a && b != b);
 }
 
 template <class T>
@@ -92,29 +93,15 @@ Img<T> flat(const Img<T>& s, const Mask& k, bool dilate) {
 
 enum class Op { Erode, Dilate, Open, Close, Tophat, Blackhat, Gradient };
 
+// All seven operations, indexed by Op, from four flat passes.
 template <class T>
-Img<T> derived(const Img<T>& s, const Mask& k, Op op) {
-  auto zip = [&](const Img<T>& a, const Img<T>& b) {
-    Img<T> d(s.w, s.h, s.cn);
-    for (size_t i = 0; i < d.v.size(); ++i) d.v[i] = sub(a.v[i], b.v[i]);
-    return d;
+std::vector<Img<T>> allOps(const Img<T>& s, const Mask& k) {
+  const Img<T> e = flat(s, k, false), d = flat(s, k, true), o = flat(e, k, true), c = flat(d, k, false);
+  auto diff = [](Img<T> a, const Img<T>& b) {
+    for (size_t i = 0; i < a.v.size(); ++i) a.v[i] = sub(a.v[i], b.v[i]);
+    return a;
   };
-  switch (op) {
-    case Op::Erode:
-      return flat(s, k, false);
-    case Op::Dilate:
-      return flat(s, k, true);
-    case Op::Open:
-      return flat(flat(s, k, false), k, true);
-    case Op::Close:
-      return flat(flat(s, k, true), k, false);
-    case Op::Tophat:
-      return zip(s, flat(flat(s, k, false), k, true));
-    case Op::Blackhat:
-      return zip(flat(flat(s, k, true), k, false), s);
-    default:
-      return zip(flat(s, k, true), flat(s, k, false));
-  }
+  return {e, d, o, c, diff(s, o), diff(c, s), diff(d, e)};
 }
 
 // Non-flat: every mask element a member; 8u terms exact in 64 bits then
