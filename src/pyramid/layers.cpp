@@ -435,6 +435,30 @@ struct Down {
   // a ring of k such rows is combined vertically in wrapping 16-bit lanes
   // (the true sum lies in 0..65535), and (S + D/2) >> log2(D) is taken as
   // ((S >> 1) + D/4) >> (log2(D) - 1), which never leaves 16 bits.
+  // The kernel (1 4 6 4 1), whose taps are shifts.
+  bool isBinomial5() const {
+    return s->k == 5 && s->ti[0] == 1 && s->ti[1] == 4 && s->ti[2] == 6 && s->ti[3] == 4 && s->ti[4] == 1;
+  }
+
+#if KVP_HAVE_HWY && HWY_TARGET != HWY_SCALAR
+  // Sum of t_v * p_v in wrapping 16-bit lanes (the same bits either way).
+  template <int K, class D, class V>
+  static V combine(D d, const V* p, const V* t, bool binomial) {
+    namespace hn = hwy::HWY_NAMESPACE;
+    if constexpr (K == 5) {
+      if (binomial) {
+        const V mid = p[2];
+        return hn::Add(hn::Add(hn::Add(p[0], p[4]), hn::ShiftLeft<2>(hn::Add(p[1], p[3]))),
+                       hn::Add(hn::ShiftLeft<2>(mid), hn::ShiftLeft<1>(mid)));
+      }
+    }
+    V acc = hn::Mul(p[0], t[0]);
+    for (int v = 1; v < K; ++v) acc = hn::Add(acc, hn::Mul(p[v], t[v]));
+    (void)d;
+    return acc;
+  }
+#endif
+
   template <int K>
   void hrowNarrow(const T* r, uint16_t* h) const {
     constexpr int k = K, a = (K - 1) / 2;
@@ -454,20 +478,20 @@ struct Down {
     const auto lowByte = hn::Set(d, 0xFF);
     hn::Vec<decltype(d)> tv[K];
     for (int v = 0; v < K; ++v) tv[v] = hn::Set(d, (uint16_t)s->ti[v]);
+    const bool binomial = isBinomial5();
     // Tap v reads the even (a - v even) or odd bytes of the 16-bit pairs
     // starting at byte 2x + 2 * floor((v - a) / 2); the loads reach byte
     // 2 * (x + N - 1) + 1 + (k - 1 - a) at most.
     for (; x + N <= w && 2 * (x + N) + (k - 1 - a) <= W; x += N) {
       const uint8_t* base = reinterpret_cast<const uint8_t*>(r) + 2 * x;
-      auto acc = hn::Zero(d);
+      hn::Vec<decltype(d)> px[K];
       for (int v = 0; v < K; ++v) {
         const int rel = v - a;  // byte offset from 2x
         const int even = rel >= 0 ? rel & ~1 : -((-rel + 1) & ~1);
         const auto pairs = hn::BitCast(d, hn::LoadU(d8, base + even));
-        const auto px = (rel - even) ? hn::ShiftRight<8>(pairs) : hn::And(pairs, lowByte);
-        acc = hn::Add(acc, hn::Mul(px, tv[v]));
+        px[v] = (rel - even) ? hn::ShiftRight<8>(pairs) : hn::And(pairs, lowByte);
       }
-      hn::StoreU(acc, d, h + x);
+      hn::StoreU(combine<K>(d, px, tv, binomial), d, h + x);
     }
 #endif
     for (; x < w; ++x) scalar(x);
@@ -496,10 +520,13 @@ struct Down {
       const hn::Rebind<uint8_t, decltype(d16)> d8;
       const int N = (int)hn::Lanes(d16);
       const auto vq = hn::Set(d16, quarter);
+      hn::Vec<decltype(d16)> tv[K];
+      for (int u = 0; u < K; ++u) tv[u] = hn::Set(d16, (uint16_t)s->ti[u]);
+      const bool binomial = isBinomial5();
       for (; x + N <= w; x += N) {
-        auto acc = hn::Mul(hn::LoadU(d16, hr[0] + x), hn::Set(d16, (uint16_t)s->ti[0]));
-        for (int u = 1; u < k; ++u)
-          acc = hn::Add(acc, hn::Mul(hn::LoadU(d16, hr[u] + x), hn::Set(d16, (uint16_t)s->ti[u])));
+        hn::Vec<decltype(d16)> rv[K];
+        for (int u = 0; u < K; ++u) rv[u] = hn::LoadU(d16, hr[u] + x);
+        const auto acc = combine<K>(d16, rv, tv, binomial);
         const auto q = sh == 0 ? acc : hn::ShiftRightSame(hn::Add(hn::ShiftRight<1>(acc), vq), sh - 1);
         const hn::Rebind<int16_t, decltype(d16)> di16;
         hn::StoreU(hn::DemoteTo(d8, hn::BitCast(di16, q)), d8, reinterpret_cast<uint8_t*>(d) + x);
