@@ -556,8 +556,19 @@ RowExt<KeyOf<T>> rowExtrema(const T* p, const Kvp8u* m, int w) {
           vmx = hn::Max(vmx, v);
         }
       }
+#if HWY_TARGET == HWY_SSSE3 || HWY_TARGET == HWY_SSE4
       mn = hn::GetLane(hn::MinOfLanes(d, vmn));
       mx = hn::GetLane(hn::MaxOfLanes(d, vmx));
+#else
+      // Wider targets lack the byte-lane reductions: through memory.
+      alignas(64) K a[2][hn::MaxLanes(d)];
+      hn::Store(vmn, d, a[0]);
+      hn::Store(vmx, d, a[1]);
+      for (int i = 0; i < lanes; ++i) {
+        mn = a[0][i] < mn ? a[0][i] : mn;
+        mx = a[1][i] > mx ? a[1][i] : mx;
+      }
+#endif
     }
   }
 #endif
