@@ -12,11 +12,12 @@
 
 namespace kvpb {
 
-// The bundled gray photograph, read through the system PNG library when it
-// can be loaded; a synthetic scene of rings and bars otherwise.
-inline std::vector<Kvp8u> photo(int& w, int& h) {
+// A bundled photograph in gray (camera.png unless named), read through the
+// system PNG library when it can be loaded; a synthetic scene of rings and
+// bars otherwise.
+inline std::vector<Kvp8u> photo(int& w, int& h, const char* name = "camera.png") {
   std::string path = __FILE__;
-  path = path.substr(0, path.find_last_of('/')) + "/../assets/camera.png";
+  path = path.substr(0, path.find_last_of('/')) + "/../assets/" + name;
   std::vector<Kvp8u> gray;
   if (void* lib = dlopen("libpng16.so.16", RTLD_NOW)) {
     auto begin = (decltype(&png_image_begin_read_from_file))dlsym(lib, "png_image_begin_read_from_file");

@@ -69,7 +69,8 @@ inline void distance(const float* rec, const float* I, float* diff, float& d2, f
 
 // The update step at one pixel; returns whether the pixel is foreground.
 template <int C, int K>
-__attribute__((always_inline)) inline bool learnPixel(float* recs, const float* I, float alpha, float T, float minVar) {
+__attribute__((always_inline)) inline bool learnPixel(float* recs, const float* I, float alpha, float T,
+                                                      float minVar) {
   constexpr int R = Rules<C>::R;
   float wsum = 0.0f;
   int hit = -1, k = 0;
