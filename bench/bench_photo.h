@@ -1,7 +1,6 @@
 // The bundled gray photograph for benchmarks that need a real scene.
 #pragma once
 
-#include <dlfcn.h>
 #include <png.h>
 
 #include <cmath>
@@ -12,28 +11,22 @@
 
 namespace kvpb {
 
-// A bundled photograph in gray (camera.png unless named), read through the
-// system PNG library when it can be loaded; a synthetic scene of rings and
-// bars otherwise.
+// A bundled photograph in gray (camera.png unless named; colour files are
+// converted by the PNG library's own gray conversion), or a synthetic scene
+// of rings and bars when the file cannot be read.
 inline std::vector<Kvp8u> photo(int& w, int& h, const char* name = "camera.png") {
   std::string path = __FILE__;
   path = path.substr(0, path.find_last_of('/')) + "/../assets/" + name;
   std::vector<Kvp8u> gray;
-  if (void* lib = dlopen("libpng16.so.16", RTLD_NOW)) {
-    auto begin = (decltype(&png_image_begin_read_from_file))dlsym(lib, "png_image_begin_read_from_file");
-    auto finish = (decltype(&png_image_finish_read))dlsym(lib, "png_image_finish_read");
-    auto release = (decltype(&png_image_free))dlsym(lib, "png_image_free");
-    png_image im{};
-    im.version = PNG_IMAGE_VERSION;
-    if (begin && finish && release && begin(&im, path.c_str())) {
-      im.format = PNG_FORMAT_GRAY;
-      gray.resize(PNG_IMAGE_SIZE(im));
-      w = (int)im.width;
-      h = (int)im.height;
-      if (!finish(&im, nullptr, gray.data(), 0, nullptr)) gray.clear();
-      release(&im);
-    }
-    dlclose(lib);
+  png_image im{};
+  im.version = PNG_IMAGE_VERSION;
+  if (png_image_begin_read_from_file(&im, path.c_str())) {
+    im.format = PNG_FORMAT_GRAY;
+    gray.resize(PNG_IMAGE_SIZE(im));
+    w = (int)im.width;
+    h = (int)im.height;
+    if (!png_image_finish_read(&im, nullptr, gray.data(), 0, nullptr)) gray.clear();
+    png_image_free(&im);
   }
   if (gray.empty()) {
     w = h = 512;

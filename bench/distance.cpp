@@ -1,7 +1,6 @@
 // Chamfer and exact distance transforms on a thresholded photograph
 // stretched to the benchmark size, beside cv::distanceTransform (L1 and L2
 // with 3x3 and 5x5 masks, and the precise L2 transform).
-#include <dlfcn.h>
 #include <png.h>
 
 #include <cmath>

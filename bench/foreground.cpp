@@ -2,11 +2,7 @@
 // noise, two moving rectangles): the Gaussian mixture beside the peer's
 // mixture-of-Gaussians subtractor, the histogram model's update and
 // classification beside a memcpy of its state (no peer exists for it).
-//
-// The peer lives in a contrib library the benchmark is not linked with: its
-// factory function is looked up at run time (everything after it is
-// virtual), and its rows are left out when the library cannot be loaded.
-#include <dlfcn.h>
+// The peer's rows are built where the contributed modules are installed.
 
 #include <cmath>
 #include <cstring>
@@ -74,26 +70,11 @@ void BM_FGGaussian_C3_kvp(benchmark::State& st) { gaussianKvp<3>(st); }
 KVP_BENCH(BM_FGGaussian_C1_kvp);
 
 #ifdef KVP_HAVE_OPENCV_CONTRIB
-using MogFactory = cv::Ptr<cv::bgsegm::BackgroundSubtractorMOG> (*)(int, int, double, double);
-
-MogFactory mogFactory() {
-  static MogFactory f = [] {
-    void* lib = dlopen("libopencv_bgsegm.so.406", RTLD_NOW);
-    return lib ? (MogFactory)dlsym(lib, "_ZN2cv6bgsegm29createBackgroundSubtractorMOGEiidd") : nullptr;
-  }();
-  return f;
-}
-
 template <int C>
 void gaussianOcv(benchmark::State& st) {
   kvpb::Setup s(st);
-  MogFactory make = mogFactory();
-  if (!make) {
-    st.SkipWithError("peer library not available");
-    return;
-  }
   auto frames = scene(s.width, s.height, C);
-  auto mog = make(200, 5, 0.7, 15.0);
+  auto mog = cv::bgsegm::createBackgroundSubtractorMOG(200, 5, 0.7, 15.0);
   cv::Mat mask;
   mog->apply(cv::Mat(s.height, s.width, CV_8UC(C), frames[0].data()), mask);
   int t = 1;

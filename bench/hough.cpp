@@ -1,6 +1,5 @@
 // Line search on the edge map of a photograph stretched to the benchmark
 // size (rho step 1, theta step pi/180), beside cv::HoughLines.
-#include <dlfcn.h>
 #include <png.h>
 
 #include <cmath>

@@ -12,9 +12,8 @@
 #include "bench_util.h"
 
 #ifdef KVP_HAVE_OPENCV
-#include <dlfcn.h>
-
 #include <opencv2/imgproc.hpp>
+#include <opencv2/photo.hpp>
 #endif
 
 namespace {
@@ -139,32 +138,14 @@ void BM_FastMarching_ocv(benchmark::State& st) {
   for (auto _ : st) cv::distanceTransform(src, dst, cv::DIST_L2, cv::DIST_MASK_PRECISE, CV_32F);
   kvpb::setBytes(st, s.pixels() * 5);
 }
-// The benchmark links the core and image-processing modules only; the
-// inpainting peer is taken from its own module at run time.
-using InpaintFn = void (*)(const cv::_InputArray&, const cv::_InputArray&, const cv::_OutputArray&, double,
-                           int);
-InpaintFn peerInpaint() {
-  static InpaintFn fn = [] {
-    void* lib = dlopen("libopencv_photo.so.406", RTLD_NOW);
-    return lib ? (InpaintFn)dlsym(lib, "_ZN2cv7inpaintERKNS_11_InputArrayES2_RKNS_12_OutputArrayEdi")
-               : nullptr;
-  }();
-  return fn;
-}
-
 template <int CN, int Radius>
 void BM_Inpaint_ocv(benchmark::State& st) {
   kvpb::Setup s(st);
-  const InpaintFn inpaint = peerInpaint();
-  if (!inpaint) {
-    st.SkipWithError("the inpainting module of the peer is not installed");
-    return;
-  }
   auto m = mask(s.width, s.height, kScratches);
   auto img = stretchedPhoto(s.width, s.height, CN);
   cv::Mat src(s.height, s.width, CN == 1 ? CV_8UC1 : CV_8UC3, img.data()),
       msk(s.height, s.width, CV_8UC1, m.data()), dst;
-  for (auto _ : st) inpaint(src, msk, dst, Radius, 1 /* Telea */);
+  for (auto _ : st) cv::inpaint(src, msk, dst, Radius, cv::INPAINT_TELEA);
 }
 KVP_BENCH(BM_FastMarching_ocv<kBlobs>);
 #endif
