@@ -103,12 +103,14 @@ struct State {
                : f.init(roi.width, k.m.data(), ms, a, static_cast<KvpiMorphState*>(p));
   }
   ~State() {
-    if (owned && p)
+    if (owned && p) {
       EXPECT_EQ(adv ? kvpiMorphAdvFree(static_cast<KvpiMorphAdvState*>(p))
                     : kvpiMorphologyFree(static_cast<KvpiMorphState*>(p)),
                 kvpStsOk);
-    for (size_t i = mem.size() >= 64 ? mem.size() - 64 : 0; i < mem.size(); ++i)
+    }
+    for (size_t i = mem.size() >= 64 ? mem.size() - 64 : 0; i < mem.size(); ++i) {
       EXPECT_EQ(mem[i], 0xC3) << "the state overran its size";
+    }
   }
 };
 

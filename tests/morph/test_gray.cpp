@@ -11,28 +11,20 @@ namespace {
 
 template <class T>
 struct GrayFns;
-template <>
-struct GrayFns<Kvp8u> {
-  using M = Kvp32s;
-  using S = KvpiMorphGrayState_8u;
-  static constexpr auto getSize = kvpiMorphGrayGetSize_8u_C1R;
-  static constexpr auto init = kvpiMorphGrayInit_8u_C1R;
-  static constexpr auto initAlloc = kvpiMorphGrayInitAlloc_8u_C1R;
-  static constexpr auto free = kvpiMorphGrayFree_8u_C1R;
-  static constexpr auto erode = kvpiGrayErodeBorder_8u_C1R;
-  static constexpr auto dilate = kvpiGrayDilateBorder_8u_C1R;
-};
-template <>
-struct GrayFns<Kvp32f> {
-  using M = Kvp32f;
-  using S = KvpiMorphGrayState_32f;
-  static constexpr auto getSize = kvpiMorphGrayGetSize_32f_C1R;
-  static constexpr auto init = kvpiMorphGrayInit_32f_C1R;
-  static constexpr auto initAlloc = kvpiMorphGrayInitAlloc_32f_C1R;
-  static constexpr auto free = kvpiMorphGrayFree_32f_C1R;
-  static constexpr auto erode = kvpiGrayErodeBorder_32f_C1R;
-  static constexpr auto dilate = kvpiGrayDilateBorder_32f_C1R;
-};
+#define GRAY_FNS(TS, T, MT)                                              \
+  template <>                                                            \
+  struct GrayFns<T> {                                                    \
+    using M = MT;                                                        \
+    using S = KvpiMorphGrayState_##TS;                                   \
+    static constexpr auto getSize = kvpiMorphGrayGetSize_##TS##_C1R;     \
+    static constexpr auto init = kvpiMorphGrayInit_##TS##_C1R;           \
+    static constexpr auto initAlloc = kvpiMorphGrayInitAlloc_##TS##_C1R; \
+    static constexpr auto free = kvpiMorphGrayFree_##TS##_C1R;           \
+    static constexpr auto erode = kvpiGrayErodeBorder_##TS##_C1R;        \
+    static constexpr auto dilate = kvpiGrayDilateBorder_##TS##_C1R;      \
+  };
+GRAY_FNS(8u, Kvp8u, Kvp32s)
+GRAY_FNS(32f, Kvp32f, Kvp32f)
 
 // One call with a fresh state (InitAlloc, or Init at offset misalign).
 template <class T>
