@@ -60,13 +60,16 @@ void BM_Border_kvp(benchmark::State& st) {
   const KvpiSize sz = s.size();
   const Shape sh = shapeOf(K);
   const int w = s.width, h = s.height, c = sh.ch;
-  std::vector<Kvp8u> s8 = kvpb::randomPlane<Kvp8u>(w, h, c);
-  std::vector<Kvp16u> s16 = kvpb::randomPlane<Kvp16u>(w, h, c, 0, 65535);
-  std::vector<Kvp32f> s32 = kvpb::randomPlane<Kvp32f>(w, h, c);
-  std::vector<Kvp8u> d8((size_t)w * h * c);
-  std::vector<Kvp16s> d16((size_t)w * h * c);
-  std::vector<Kvp16u> d16u((size_t)w * h * c);
-  std::vector<Kvp32f> d32((size_t)w * h * c);
+  // Only the source of the benchmarked type is filled.
+  std::vector<Kvp8u> s8 = sh.depth == 0 ? kvpb::randomPlane<Kvp8u>(w, h, c) : std::vector<Kvp8u>();
+  std::vector<Kvp16u> s16 =
+      sh.depth == 1 ? kvpb::randomPlane<Kvp16u>(w, h, c, 0, 65535) : std::vector<Kvp16u>();
+  std::vector<Kvp32f> s32 = sh.depth == 2 ? kvpb::randomPlane<Kvp32f>(w, h, c) : std::vector<Kvp32f>();
+  const size_t n = (size_t)w * h * c;
+  std::vector<Kvp8u> d8(sh.depth == 0 && !sh.signedOut ? n : 0);
+  std::vector<Kvp16s> d16(sh.signedOut ? n : 0);
+  std::vector<Kvp16u> d16u(sh.depth == 1 ? n : 0);
+  std::vector<Kvp32f> d32(sh.depth == 2 ? n : 0);
   const int ss8 = w * c, ss16 = 2 * w * c, ss32 = 4 * w * c;
   const KvpiBorderType rep = kvpBorderRepl;
   const Kvp8u v8[3] = {0, 0, 0};

@@ -8,6 +8,7 @@
 #include <functional>
 #include <limits>
 #include <string>
+#include <tuple>
 
 #include "border_filter_ref.h"
 #include "harness.h"
@@ -249,8 +250,22 @@ TEST(BorderFilters, ThreadsAndVectorWidths) {
 }
 
 // The statuses in check order; a failing call writes nothing.
+struct Args {
+  const void* src;
+  int ss;
+  void* dst;
+  int ds;
+  KvpiSize roi;
+  int mask;
+  float sigma;
+  int border;
+  const void* value;
+  Kvp8u* buf;
+};
+
 TEST(BorderFilters, ChecksInOrder) {
   kvt::Rng rng = kvt::makeRng(73);
+  const float nan = std::numeric_limits<float>::quiet_NaN(), inf = std::numeric_limits<float>::infinity();
   for (const Member& m : members())
     withTypes(m.src, [&](auto sv) {
       withTypes(m.dst, [&](auto dv) {
@@ -259,100 +274,56 @@ TEST(BorderFilters, ChecksInOrder) {
         Source<S> s({5, 4}, m.ch, rng);
         Plane<D> d(5, 4, m.ch, rng);
         std::vector<Kvp8u> buf(1 << 16, 0x5A);
-        const int good = m.family == kGauss ? 5 : kvpMskSize3x3;
-        const S* value = s.value;
+        const bool gauss = m.family == kGauss, wide = sizeof(S) > 1 || sizeof(D) > 1;
+        const Args ok{s.plane.roi(),
+                      s.plane.step(),
+                      d.roi(),
+                      d.step(),
+                      {5, 4},
+                      gauss ? 5 : kvpMskSize3x3,
+                      1,
+                      1,
+                      m.ch == 3 ? (const void*)s.value : (const void*)&s.value[0],
+                      buf.data()};
         const int srow = 5 * m.ch * (int)sizeof(S), drow = 5 * m.ch * (int)sizeof(D);
-        const bool dstWide = sizeof(D) > 1, srcWide = sizeof(S) > 1;
-        struct Case {
-          const char* what;
-          const void* src;
-          int ss;
-          void* dst;
-          int ds;
-          KvpiSize roi;
-          int mask;
-          float sigma;
-          int border;
-          const void* value;
-          Kvp8u* buf;
-          KvpStatus want;
-        };
-        void* dp = d.roi();
-        const void* sp = s.plane.roi();
-        const int ss = s.plane.step(), ds = d.step();
-        const void* v1 = m.ch == 3 ? (const void*)value : (const void*)&value[0];
-        const float nan = std::numeric_limits<float>::quiet_NaN(),
-                    inf = std::numeric_limits<float>::infinity();
-        std::vector<Case> cases = {
-            {"null src", nullptr, ss, dp, ds, {5, 4}, good, 1, 1, v1, buf.data(), kvpStsNullPtr},
-            {"null dst", sp, ss, nullptr, ds, {5, 4}, good, 1, 1, v1, buf.data(), kvpStsNullPtr},
-            {"null buffer before size", sp, ss, dp, ds, {0, 4}, good, 1, 1, v1, nullptr, kvpStsNullPtr},
-            {"zero width", sp, ss, dp, ds, {0, 4}, good, 1, 1, v1, buf.data(), kvpStsBadSize},
-            {"negative height before step",
-             sp,
-             0,
-             dp,
-             ds,
-             {5, -1},
-             good,
-             1,
-             1,
-             v1,
-             buf.data(),
-             kvpStsBadSize},
-            {"short src step", sp, srow - 1, dp, ds, {5, 4}, 0, 1, 9, v1, buf.data(), kvpStsBadStep},
-            {"short dst step", sp, ss, dp, drow - 1, {5, 4}, 0, 1, 9, v1, buf.data(), kvpStsBadStep},
-            {"step multiple before mask",
-             sp,
-             srcWide ? ss + 1 : ss,
-             dp,
-             dstWide ? ds + 1 : ds,
-             {5, 4},
-             0,
-             1,
-             9,
-             v1,
-             buf.data(),
-             dstWide || srcWide ? kvpStsStepNotMultiple
-                                : (m.family == kGauss ? kvpStsBadSize : kvpStsBadMaskSize)},
-            {"border 5", sp, ss, dp, ds, {5, 4}, good, 1, 5, v1, buf.data(), kvpStsBadArg},
-            {"border -1", sp, ss, dp, ds, {5, 4}, good, 1, -1, v1, buf.data(), kvpStsBadArg},
-        };
-        if (m.family == kGauss) {
-          cases.push_back({"kernel 1", sp, ss, dp, ds, {5, 4}, 1, nan, 9, v1, buf.data(), kvpStsBadSize});
-          cases.push_back({"kernel 4", sp, ss, dp, ds, {5, 4}, 4, 1, 1, v1, buf.data(), kvpStsBadArg});
-          cases.push_back({"sigma 0", sp, ss, dp, ds, {5, 4}, 3, 0, 1, v1, buf.data(), kvpStsBadArg});
-          cases.push_back({"sigma NaN", sp, ss, dp, ds, {5, 4}, 3, nan, 1, v1, buf.data(), kvpStsBadArg});
-          cases.push_back({"sigma inf", sp, ss, dp, ds, {5, 4}, 3, inf, 1, v1, buf.data(), kvpStsBadArg});
-          cases.push_back({"sigma negative", sp, ss, dp, ds, {5, 4}, 3, -1, 1, v1, buf.data(), kvpStsBadArg});
+        // Each case changes the good arguments; later checks' arguments are
+        // also bad where that shows the order.
+        std::vector<std::tuple<const char*, KvpStatus, std::function<void(Args&)>>> cases = {
+            {"null src", kvpStsNullPtr, [](Args& a) { a.src = nullptr, a.roi.width = 0; }},
+            {"null dst", kvpStsNullPtr, [](Args& a) { a.dst = nullptr, a.roi.width = 0; }},
+            {"null buffer", kvpStsNullPtr, [](Args& a) { a.buf = nullptr, a.roi.width = 0; }},
+            {"zero width", kvpStsBadSize, [](Args& a) { a.roi.width = 0, a.ss = 0; }},
+            {"negative height", kvpStsBadSize, [](Args& a) { a.roi.height = -1, a.ss = 0; }},
+            {"short src step", kvpStsBadStep, [&](Args& a) { a.ss = srow - 1, a.mask = 0, a.border = 9; }},
+            {"short dst step", kvpStsBadStep, [&](Args& a) { a.ds = drow - 1, a.mask = 0, a.border = 9; }},
+            {"step multiple", wide ? kvpStsStepNotMultiple : (gauss ? kvpStsBadSize : kvpStsBadMaskSize),
+             [&](Args& a) { a.ss += sizeof(S) > 1, a.ds += sizeof(D) > 1, a.mask = 0; }},
+            {"border 5", kvpStsBadArg, [](Args& a) { a.border = 5; }},
+            {"border -1", kvpStsBadArg, [](Args& a) { a.border = -1; }}};
+        if (gauss) {
+          cases.push_back(
+              {"kernel 1", kvpStsBadSize, [&](Args& a) { a.mask = 1, a.sigma = nan, a.border = 9; }});
+          cases.push_back({"kernel 4", kvpStsBadArg, [](Args& a) { a.mask = 4; }});
+          for (float bad : {0.f, -1.f, nan, inf})
+            cases.push_back({"sigma", kvpStsBadArg, [bad](Args& a) { a.sigma = bad; }});
         } else {
           cases.push_back(
-              {"mask 3x1", sp, ss, dp, ds, {5, 4}, kvpMskSize3x1, 1, 9, v1, buf.data(), kvpStsBadMaskSize});
-          cases.push_back({"mask 5x5",
-                           sp,
-                           ss,
-                           dp,
-                           ds,
-                           {5, 4},
-                           kvpMskSize5x5,
-                           1,
-                           9,
-                           v1,
-                           buf.data(),
-                           scharr(m) ? kvpStsBadMaskSize : kvpStsBadArg});
+              {"mask 3x1", kvpStsBadMaskSize, [](Args& a) { a.mask = kvpMskSize3x1, a.border = 9; }});
+          cases.push_back(
+              {"mask 5x5", scharr(m) ? kvpStsBadMaskSize : kvpStsOk, [](Args& a) { a.mask = 55; }});
         }
         if (m.ch == 3) {
           cases.push_back(
-              {"const, null values", sp, ss, dp, ds, {5, 4}, good, 1, 0, nullptr, buf.data(), kvpStsNullPtr});
-          cases.push_back(
-              {"replicate, null values", sp, ss, dp, ds, {5, 4}, good, 1, 1, nullptr, buf.data(), kvpStsOk});
+              {"const, null values", kvpStsNullPtr, [](Args& a) { a.border = 0, a.value = nullptr; }});
+          cases.push_back({"replicate, null values", kvpStsOk, [](Args& a) { a.value = nullptr; }});
         }
-        for (const Case& c : cases) {
-          SCOPED_TRACE(m.name + ": " + c.what);
+        for (const auto& [what, want, change] : cases) {
+          SCOPED_TRACE(m.name + ": " + what);
+          Args a = ok;
+          change(a);
           const std::vector<uint8_t> before = d.bytes();
-          EXPECT_EQ(c.want,
-                    m.run(c.src, c.ss, c.dst, c.ds, c.roi, c.mask, c.sigma, c.border, c.value, c.buf));
-          if (c.want != kvpStsOk) {
+          EXPECT_EQ(want, m.run(a.src, a.ss, a.dst, a.ds, a.roi, a.mask, a.sigma, a.border, a.value, a.buf));
+          if (want != kvpStsOk) {
             EXPECT_TRUE(d.unchanged(before));
           }
         }
