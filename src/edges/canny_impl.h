@@ -44,48 +44,60 @@ inline int sector(A ax, A ay) {
 template <class G, class M, class A>
 int suppressRow(const G* gx, const G* gy, const M* mu, const M* mc, const M* md, int W, M tl, M th,
                 Kvp8u* map, int32_t mapRow, int32_t* stack) {
-  std::memset(map, 0, (size_t)W + 2);
+  // Pre-test in lanes: map bytes 1 for pixels above the low threshold,
+  // then visit only those, eight bytes at a time.
+  map[0] = 0;
+  map[W + 1] = 0;
+#pragma omp simd
+  for (int x = 0; x < W; ++x) map[x + 1] = (Kvp8u)(mc[x + 1] > tl);
   int n = 0;
-  for (int x0 = 0; x0 < W; x0 += 16) {
-    const int x1 = x0 + 16 < W ? x0 + 16 : W;
-    // Most pixels are not candidates: test a block at once.
-    bool any = false;
-    for (int x = x0; x < x1; ++x) any |= mc[x + 1] > tl;
-    if (!any) continue;
-    for (int x = x0; x < x1; ++x) {
-      const M m = mc[x + 1];
-      if (!(m > tl)) continue;
-      const G a = gx[x], b = gy[x];
-      A ax, ay;
-      if constexpr (sizeof(A) == 4) {
-        ax = (A)(a < 0 ? -(int)a : (int)a);
-        ay = (A)(b < 0 ? -(int)b : (int)b);
-      } else {
-        ax = std::fabs((A)a);
-        ay = std::fabs((A)b);
-      }
-      bool c;
-      switch (sector(ax, ay)) {
-        case 0:
-          c = m > mc[x] && m >= mc[x + 2];
-          break;
-        case 1:
-          c = m > mu[x + 1] && m >= md[x + 1];
-          break;
-        default: {
-          const int s = ((a < 0) != (b < 0)) ? -1 : 1;
-          c = m > mu[x + 1 - s] && m > md[x + 1 + s];
-        }
-      }
-      if (!c) continue;
-      if (m > th) {
-        map[x + 1] = 2;
-        stack[n++] = mapRow + x + 1;
-      } else {
-        map[x + 1] = 1;
+  auto visit = [&](int x) {
+    const M m = mc[x + 1];
+    const G a = gx[x], b = gy[x];
+    A ax, ay;
+    if constexpr (sizeof(A) == 4) {
+      ax = (A)(a < 0 ? -(int)a : (int)a);
+      ay = (A)(b < 0 ? -(int)b : (int)b);
+    } else {
+      ax = std::fabs((A)a);
+      ay = std::fabs((A)b);
+    }
+    bool c;
+    switch (sector(ax, ay)) {
+      case 0:
+        c = m > mc[x] && m >= mc[x + 2];
+        break;
+      case 1:
+        c = m > mu[x + 1] && m >= md[x + 1];
+        break;
+      default: {
+        const int s = ((a < 0) != (b < 0)) ? -1 : 1;
+        c = m > mu[x + 1 - s] && m > md[x + 1 + s];
       }
     }
+    if (!c) {
+      map[x + 1] = 0;
+      return;
+    }
+    if (m > th) {
+      map[x + 1] = 2;
+      stack[n++] = mapRow + x + 1;
+    } else {
+      map[x + 1] = 1;
+    }
+  };
+  const int w8 = W & ~7;
+  for (int x0 = 0; x0 < w8; x0 += 8) {
+    uint64_t w;
+    std::memcpy(&w, map + 1 + x0, 8);
+    while (w) {
+      const int b = __builtin_ctzll(w) >> 3;
+      w &= ~(0xffULL << (8 * b));
+      visit(x0 + b);
+    }
   }
+  for (int x = w8; x < W; ++x)
+    if (map[x + 1]) visit(x);
   return n;
 }
 
