@@ -336,9 +336,8 @@ void cannyBorderMask(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, K
 }
 
 template <bool L2>
-void cannyBorderKernel(KvpiDifferentialKernel kern, KvpiMaskSize mask, const Kvp8u* pSrc, int srcStep,
-                       Kvp8u* pDst, int dstStep, KvpiSize roi, int border, Kvp8u value, uint32_t tl,
-                       uint32_t th, Kvp8u* pBuffer) {
+void cannyBorderKernel(int kern, int mask, const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep,
+                       KvpiSize roi, int border, Kvp8u value, uint32_t tl, uint32_t th, Kvp8u* pBuffer) {
   using namespace filt;
   if (kern == kvpFilterScharr)
     cannyBorderMask<kerDx_3_16s, kerScharr_3_16s, kerScharr_3_16s, kerDx_3_16s, 3, L2>(
