@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 
 #include "frame/alloc.h"
 #include "frame/bodies.h"
@@ -18,6 +19,16 @@ inline int teamSize() { return clampTeam(ownGetNumThreads()); }
 inline bool threadedFor(KvpiSize roi) {
   const int n = teamSize();
   return n > 1 && (long long)roi.width * roi.height >= (long long)n * 32768;
+}
+
+// The value a caller passed for an enumeration, read without an
+// enumeration-typed load (callers may pass values outside the enumerators).
+template <class E>
+inline int enumValue(const E& e) {
+  static_assert(sizeof(E) == sizeof(int));
+  int v;
+  std::memcpy(&v, &e, sizeof v);
+  return v;
 }
 
 inline long long a64(long long v) { return (v + 63) & ~63LL; }

@@ -226,14 +226,14 @@ long long sliceBytes(int W, int B, int a) {
   return 24LL * (W + B) * (B + 2) + 16LL * (W + 8) * (2 * a + 4) + 256;
 }
 
-KvpStatus checkKernel(KvpiDifferentialKernel kern, int aperture, int avg) {
+KvpStatus checkKernel(int kern, int aperture, int avg) {
   if (kern != kvpFilterSobel && kern != kvpFilterScharr) return kvpStsBadArg;
   if (kern == kvpFilterSobel ? (aperture != 3 && aperture != 5) : aperture != 3) return kvpStsBadMaskSize;
   if (avg < 1 || avg > 255) return kvpStsBadMaskSize;
   return kvpStsOk;
 }
 
-KvpStatus querySize(KvpiSize roi, KvpiDifferentialKernel kern, int aperture, int avg, int* pSize) {
+KvpStatus querySize(KvpiSize roi, int kern, int aperture, int avg, int* pSize) {
   if (!pSize) return kvpStsNullPtr;
   if (KvpStatus s = kvp::checkSize(roi)) return s;
   if (KvpStatus s = checkKernel(kern, aperture, avg)) return s;
@@ -242,9 +242,8 @@ KvpStatus querySize(KvpiSize roi, KvpiDifferentialKernel kern, int aperture, int
 }
 
 template <int M, class S>
-KvpStatus measure(const S* pSrc, int srcStep, float* pDst, int dstStep, KvpiSize roi,
-                  KvpiDifferentialKernel kern, int aperture, int avg, double k, double scale,
-                  Kvp8u* pBuffer) {
+KvpStatus measure(const S* pSrc, int srcStep, float* pDst, int dstStep, KvpiSize roi, int kern, int aperture,
+                  int avg, double k, double scale, Kvp8u* pBuffer) {
   constexpr int ch = M == kEigVV ? 6 : 1;
   if (KvpStatus s =
           kvp::checkPlanes(roi, {kvp::plane(pSrc, srcStep), kvp::plane(pDst, dstStep, ch)}, {pBuffer}))
@@ -278,10 +277,10 @@ KvpStatus measure(const S* pSrc, int srcStep, float* pDst, int dstStep, KvpiSize
 
 extern "C" {
 
-#define KVP_EIG_QUERY(NAME)                                                                     \
-  KvpStatus KVP_BODY(NAME)(KvpiSize roiSize, KvpiDifferentialKernel kernType, int apertureSize, \
-                           int avgWindow, int* pBufferSize) {                                   \
-    return querySize(roiSize, kernType, apertureSize, avgWindow, pBufferSize);                  \
+#define KVP_EIG_QUERY(NAME)                                                                           \
+  KvpStatus KVP_BODY(NAME)(KvpiSize roiSize, KvpiDifferentialKernel kernType, int apertureSize,       \
+                           int avgWindow, int* pBufferSize) {                                         \
+    return querySize(roiSize, kvp::edges::enumValue(kernType), apertureSize, avgWindow, pBufferSize); \
   }
 KVP_EIG_QUERY(kvpiMinEigenValGetBufferSize_8u32f_C1R)
 KVP_EIG_QUERY(kvpiMinEigenValGetBufferSize_32f_C1R)
@@ -295,40 +294,40 @@ KvpStatus KVP_BODY(kvpiMinEigenVal_8u32f_C1R)(const Kvp8u* pSrc, int srcStep, Kv
                                               int minValStep, KvpiSize roiSize,
                                               KvpiDifferentialKernel kernType, int apertureSize,
                                               int avgWindow, Kvp8u* pBuffer) {
-  return measure<kMinEig>(pSrc, srcStep, pMinEigenVal, minValStep, roiSize, kernType, apertureSize, avgWindow,
-                          0, 0, pBuffer);
+  return measure<kMinEig>(pSrc, srcStep, pMinEigenVal, minValStep, roiSize, kvp::edges::enumValue(kernType),
+                          apertureSize, avgWindow, 0, 0, pBuffer);
 }
 KvpStatus KVP_BODY(kvpiMinEigenVal_32f_C1R)(const Kvp32f* pSrc, int srcStep, Kvp32f* pMinEigenVal,
                                             int minValStep, KvpiSize roiSize, KvpiDifferentialKernel kernType,
                                             int apertureSize, int avgWindow, Kvp8u* pBuffer) {
-  return measure<kMinEig>(pSrc, srcStep, pMinEigenVal, minValStep, roiSize, kernType, apertureSize, avgWindow,
-                          0, 0, pBuffer);
+  return measure<kMinEig>(pSrc, srcStep, pMinEigenVal, minValStep, roiSize, kvp::edges::enumValue(kernType),
+                          apertureSize, avgWindow, 0, 0, pBuffer);
 }
 KvpStatus KVP_BODY(kvpiEigenValsVecs_8u32f_C1R)(const Kvp8u* pSrc, int srcStep, Kvp32f* pEigenVV, int eigStep,
                                                 KvpiSize roiSize, KvpiDifferentialKernel kernType,
                                                 int apertureSize, int avgWindow, Kvp8u* pBuffer) {
-  return measure<kEigVV>(pSrc, srcStep, pEigenVV, eigStep, roiSize, kernType, apertureSize, avgWindow, 0, 0,
-                         pBuffer);
+  return measure<kEigVV>(pSrc, srcStep, pEigenVV, eigStep, roiSize, kvp::edges::enumValue(kernType),
+                         apertureSize, avgWindow, 0, 0, pBuffer);
 }
 KvpStatus KVP_BODY(kvpiEigenValsVecs_32f_C1R)(const Kvp32f* pSrc, int srcStep, Kvp32f* pEigenVV, int eigStep,
                                               KvpiSize roiSize, KvpiDifferentialKernel kernType,
                                               int apertureSize, int avgWindow, Kvp8u* pBuffer) {
-  return measure<kEigVV>(pSrc, srcStep, pEigenVV, eigStep, roiSize, kernType, apertureSize, avgWindow, 0, 0,
-                         pBuffer);
+  return measure<kEigVV>(pSrc, srcStep, pEigenVV, eigStep, roiSize, kvp::edges::enumValue(kernType),
+                         apertureSize, avgWindow, 0, 0, pBuffer);
 }
 KvpStatus KVP_BODY(kvpiHarrisCorner_8u32f_C1R)(const Kvp8u* pSrc, int srcStep, Kvp32f* pDst, int dstStep,
                                                KvpiSize roiSize, KvpiDifferentialKernel kernType,
                                                int apertureSize, int avgWindow, Kvp32f k, Kvp32f scale,
                                                Kvp8u* pBuffer) {
-  return measure<kHarris>(pSrc, srcStep, pDst, dstStep, roiSize, kernType, apertureSize, avgWindow, (double)k,
-                          (double)scale, pBuffer);
+  return measure<kHarris>(pSrc, srcStep, pDst, dstStep, roiSize, kvp::edges::enumValue(kernType),
+                          apertureSize, avgWindow, (double)k, (double)scale, pBuffer);
 }
 KvpStatus KVP_BODY(kvpiHarrisCorner_32f_C1R)(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep,
                                              KvpiSize roiSize, KvpiDifferentialKernel kernType,
                                              int apertureSize, int avgWindow, Kvp32f k, Kvp32f scale,
                                              Kvp8u* pBuffer) {
-  return measure<kHarris>(pSrc, srcStep, pDst, dstStep, roiSize, kernType, apertureSize, avgWindow, (double)k,
-                          (double)scale, pBuffer);
+  return measure<kHarris>(pSrc, srcStep, pDst, dstStep, roiSize, kvp::edges::enumValue(kernType),
+                          apertureSize, avgWindow, (double)k, (double)scale, pBuffer);
 }
 
 }  // extern "C"

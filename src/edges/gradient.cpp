@@ -54,7 +54,7 @@ void gradRow(const T* s, T* d, int w) {
 }
 
 template <class T>
-KvpStatus gradient(const T* pSrc, int srcStep, T* pDst, int dstStep, KvpiSize roi, KvpiNorm norm) {
+KvpStatus gradient(const T* pSrc, int srcStep, T* pDst, int dstStep, KvpiSize roi, int norm) {
   if (KvpStatus s = kvp::checkPlanes(roi, {kvp::plane(pSrc, srcStep, 3), kvp::plane(pDst, dstStep)}))
     return s;
   if (norm != kvpiNormInf && norm != kvpiNormL1 && norm != kvpiNormL2) return kvpStsBadArg;
@@ -74,15 +74,15 @@ extern "C" {
 
 KvpStatus KVP_BODY(kvpiGradientColorToGray_8u_C3C1R)(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep,
                                                      KvpiSize roiSize, KvpiNorm norm) {
-  return gradient(pSrc, srcStep, pDst, dstStep, roiSize, norm);
+  return gradient(pSrc, srcStep, pDst, dstStep, roiSize, kvp::edges::enumValue(norm));
 }
 KvpStatus KVP_BODY(kvpiGradientColorToGray_16u_C3C1R)(const Kvp16u* pSrc, int srcStep, Kvp16u* pDst,
                                                       int dstStep, KvpiSize roiSize, KvpiNorm norm) {
-  return gradient(pSrc, srcStep, pDst, dstStep, roiSize, norm);
+  return gradient(pSrc, srcStep, pDst, dstStep, roiSize, kvp::edges::enumValue(norm));
 }
 KvpStatus KVP_BODY(kvpiGradientColorToGray_32f_C3C1R)(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst,
                                                       int dstStep, KvpiSize roiSize, KvpiNorm norm) {
-  return gradient(pSrc, srcStep, pDst, dstStep, roiSize, norm);
+  return gradient(pSrc, srcStep, pDst, dstStep, roiSize, kvp::edges::enumValue(norm));
 }
 
 }  // extern "C"

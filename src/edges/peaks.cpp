@@ -51,7 +51,7 @@ void markRow(const T* src, int step, int W, int H, int y, int x0, int x1, T thr,
 
 template <class T>
 KvpStatus findPeaks(const T* pSrc, int srcStep, KvpiSize roi, T threshold, KvpiPoint* pPeak, int maxPeakCount,
-                    int* pPeakCount, KvpiNorm norm, int border, Kvp8u* pBuffer) {
+                    int* pPeakCount, int norm, int border, Kvp8u* pBuffer) {
   if (KvpStatus s = kvp::checkPlanes(roi, {kvp::plane(pSrc, srcStep)}, {pPeak, pPeakCount, pBuffer}))
     return s;
   if (maxPeakCount < 1) return kvpStsBadSize;
@@ -105,12 +105,14 @@ KvpStatus KVP_BODY(kvpiFindPeaks3x3GetBufferSize_32s_C1R)(KvpiSize roiSize, int*
 KvpStatus KVP_BODY(kvpiFindPeaks3x3_32f_C1R)(const Kvp32f* pSrc, int srcStep, KvpiSize roiSize,
                                              Kvp32f threshold, KvpiPoint* pPeak, int maxPeakCount,
                                              int* pPeakCount, KvpiNorm norm, int border, Kvp8u* pBuffer) {
-  return findPeaks(pSrc, srcStep, roiSize, threshold, pPeak, maxPeakCount, pPeakCount, norm, border, pBuffer);
+  return findPeaks(pSrc, srcStep, roiSize, threshold, pPeak, maxPeakCount, pPeakCount,
+                   kvp::edges::enumValue(norm), border, pBuffer);
 }
 KvpStatus KVP_BODY(kvpiFindPeaks3x3_32s_C1R)(const Kvp32s* pSrc, int srcStep, KvpiSize roiSize,
                                              Kvp32s threshold, KvpiPoint* pPeak, int maxPeakCount,
                                              int* pPeakCount, KvpiNorm norm, int border, Kvp8u* pBuffer) {
-  return findPeaks(pSrc, srcStep, roiSize, threshold, pPeak, maxPeakCount, pPeakCount, norm, border, pBuffer);
+  return findPeaks(pSrc, srcStep, roiSize, threshold, pPeak, maxPeakCount, pPeakCount,
+                   kvp::edges::enumValue(norm), border, pBuffer);
 }
 
 }  // extern "C"

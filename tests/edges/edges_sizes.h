@@ -22,3 +22,17 @@ inline const std::vector<int>& threads() {
 inline bool threadedSize(KvpiSize s) { return (long long)s.width * s.height >= 98304; }
 
 }  // namespace et
+
+namespace et {
+
+// Runs f() with the 256-bit routines enabled, then with them disabled.
+template <class F>
+void bothWidths(F&& f) {
+  const Kvp64u all = kvpGetEnabledCpuFeatures();
+  f();
+  kvpSetCpuFeatures(all & ~(Kvp64u)KVP_CPU_AVX2);
+  f();
+  kvpSetCpuFeatures(all);
+}
+
+}  // namespace et

@@ -67,17 +67,19 @@ TEST(Canny, GivenDerivativesMatchReference) {
     const auto gx = toImg(dx), gy = toImg(dy);
     for (const auto& t : th) {
       const er::Img<uint8_t> ref = er::canny16s(gx, gy, t[0], t[1]);
-      for (int n : et::threads()) {
-        kvt::Threads threads(n);
-        Plane<Kvp8u> d16(sz.width, sz.height, 1, rng), d32(sz.width, sz.height, 1, rng);
-        const auto b16 = d16.bytes(), b32 = d32.bytes();
-        ASSERT_EQ(cannyGiven(dx, dy, d16, t[0], t[1]), kvpStsOk);
-        ASSERT_EQ(cannyGiven(fx, fy, d32, t[0], t[1]), kvpStsOk);
-        ASSERT_TRUE(d16.sameOutsideRoi(b16) && d32.sameOutsideRoi(b32));
-        ASSERT_TRUE(sameMap(d16, ref)) << kvt::describe(sz) << " thresholds " << t[0] << " " << t[1];
-        // Float copies of integer derivatives give the same map.
-        ASSERT_TRUE(sameMap(d32, ref)) << kvt::describe(sz);
-      }
+      et::bothWidths([&] {
+        for (int n : et::threads()) {
+          kvt::Threads threads(n);
+          Plane<Kvp8u> d16(sz.width, sz.height, 1, rng), d32(sz.width, sz.height, 1, rng);
+          const auto b16 = d16.bytes(), b32 = d32.bytes();
+          ASSERT_EQ(cannyGiven(dx, dy, d16, t[0], t[1]), kvpStsOk);
+          ASSERT_EQ(cannyGiven(fx, fy, d32, t[0], t[1]), kvpStsOk);
+          ASSERT_TRUE(d16.sameOutsideRoi(b16) && d32.sameOutsideRoi(b32));
+          ASSERT_TRUE(sameMap(d16, ref)) << kvt::describe(sz) << " thresholds " << t[0] << " " << t[1];
+          // Float copies of integer derivatives give the same map.
+          ASSERT_TRUE(sameMap(d32, ref)) << kvt::describe(sz);
+        }
+      });
     }
   }
   // Extreme values: products beyond 32 bits, infinities, NaN in floats.
@@ -114,23 +116,27 @@ TEST(Canny, BorderFormMatchesReference) {
           if (big && (border == 2 || border == 3)) continue;
           const float lo = norm == kvpiNormL1 ? 200.f : 300.f, hi = norm == kvpiNormL1 ? 700.f : 900.f;
           const er::Img<uint8_t> ref = er::cannyBorder(s, k.kern, k.mask, border, 77, lo, hi, norm);
-          for (int n : et::threads()) {
-            if (big && n == 2) continue;
-            kvt::Threads threads(n);
-            int size = 0;
-            ASSERT_EQ(kvpiCannyBorderGetSize(sz, (KvpiDifferentialKernel)k.kern, (KvpiMaskSize)k.mask, &size),
-                      kvpStsOk);
-            std::vector<Kvp8u> buf(size);
-            Plane<Kvp8u> d(sz.width, sz.height, 1, rng);
-            const auto before = d.bytes();
-            ASSERT_EQ(kvpiCannyBorder_8u_C1R(src.roi(), src.step(), d.roi(), d.step(), sz,
-                                             (KvpiDifferentialKernel)k.kern, (KvpiMaskSize)k.mask,
-                                             (KvpiBorderType)border, 77, lo, hi, (KvpiNorm)norm, buf.data()),
-                      kvpStsOk);
-            ASSERT_TRUE(d.sameOutsideRoi(before));
-            ASSERT_TRUE(sameMap(d, ref)) << kvt::describe(sz) << " kern " << k.kern << " mask " << k.mask
-                                         << " border " << border << " norm " << norm << " threads " << n;
-          }
+          et::bothWidths([&] {
+            for (int n : et::threads()) {
+              if (big && n == 2) continue;
+              kvt::Threads threads(n);
+              int size = 0;
+              ASSERT_EQ(
+                  kvpiCannyBorderGetSize(sz, (KvpiDifferentialKernel)k.kern, (KvpiMaskSize)k.mask, &size),
+                  kvpStsOk);
+              std::vector<Kvp8u> buf(size);
+              Plane<Kvp8u> d(sz.width, sz.height, 1, rng);
+              const auto before = d.bytes();
+              ASSERT_EQ(
+                  kvpiCannyBorder_8u_C1R(src.roi(), src.step(), d.roi(), d.step(), sz,
+                                         (KvpiDifferentialKernel)k.kern, (KvpiMaskSize)k.mask,
+                                         (KvpiBorderType)border, 77, lo, hi, (KvpiNorm)norm, buf.data()),
+                  kvpStsOk);
+              ASSERT_TRUE(d.sameOutsideRoi(before));
+              ASSERT_TRUE(sameMap(d, ref)) << kvt::describe(sz) << " kern " << k.kern << " mask " << k.mask
+                                           << " border " << border << " norm " << norm << " threads " << n;
+            }
+          });
         }
   }
 }

@@ -22,26 +22,27 @@ KvpStatus call(int m, const S* src, int ss, float* dst, int ds, KvpiSize sz, int
   int size = 0;
   KvpStatus q;
   constexpr bool b8 = sizeof(S) == 1;
-  const auto K = (KvpiDifferentialKernel)kern;
+  // A prvalue each time: kern may lie outside the enumerators.
+  const auto K = [kern] { return (KvpiDifferentialKernel)kern; };
   if (m == kMin)
-    q = b8 ? kvpiMinEigenValGetBufferSize_8u32f_C1R(sz, K, ap, B, &size)
-           : kvpiMinEigenValGetBufferSize_32f_C1R(sz, K, ap, B, &size);
+    q = b8 ? kvpiMinEigenValGetBufferSize_8u32f_C1R(sz, K(), ap, B, &size)
+           : kvpiMinEigenValGetBufferSize_32f_C1R(sz, K(), ap, B, &size);
   else if (m == kVV)
-    q = b8 ? kvpiEigenValsVecsGetBufferSize_8u32f_C1R(sz, K, ap, B, &size)
-           : kvpiEigenValsVecsGetBufferSize_32f_C1R(sz, K, ap, B, &size);
+    q = b8 ? kvpiEigenValsVecsGetBufferSize_8u32f_C1R(sz, K(), ap, B, &size)
+           : kvpiEigenValsVecsGetBufferSize_32f_C1R(sz, K(), ap, B, &size);
   else
-    q = b8 ? kvpiHarrisCornerGetBufferSize_8u32f_C1R(sz, K, ap, B, &size)
-           : kvpiHarrisCornerGetBufferSize_32f_C1R(sz, K, ap, B, &size);
+    q = b8 ? kvpiHarrisCornerGetBufferSize_8u32f_C1R(sz, K(), ap, B, &size)
+           : kvpiHarrisCornerGetBufferSize_32f_C1R(sz, K(), ap, B, &size);
   std::vector<Kvp8u> buf(q == kvpStsOk ? size : 16);
   Kvp8u* pb = withBuffer ? buf.data() : nullptr;
   if constexpr (b8) {
-    if (m == kMin) return kvpiMinEigenVal_8u32f_C1R(src, ss, dst, ds, sz, K, ap, B, pb);
-    if (m == kVV) return kvpiEigenValsVecs_8u32f_C1R(src, ss, dst, ds, sz, K, ap, B, pb);
-    return kvpiHarrisCorner_8u32f_C1R(src, ss, dst, ds, sz, K, ap, B, k, scale, pb);
+    if (m == kMin) return kvpiMinEigenVal_8u32f_C1R(src, ss, dst, ds, sz, K(), ap, B, pb);
+    if (m == kVV) return kvpiEigenValsVecs_8u32f_C1R(src, ss, dst, ds, sz, K(), ap, B, pb);
+    return kvpiHarrisCorner_8u32f_C1R(src, ss, dst, ds, sz, K(), ap, B, k, scale, pb);
   } else {
-    if (m == kMin) return kvpiMinEigenVal_32f_C1R(src, ss, dst, ds, sz, K, ap, B, pb);
-    if (m == kVV) return kvpiEigenValsVecs_32f_C1R(src, ss, dst, ds, sz, K, ap, B, pb);
-    return kvpiHarrisCorner_32f_C1R(src, ss, dst, ds, sz, K, ap, B, k, scale, pb);
+    if (m == kMin) return kvpiMinEigenVal_32f_C1R(src, ss, dst, ds, sz, K(), ap, B, pb);
+    if (m == kVV) return kvpiEigenValsVecs_32f_C1R(src, ss, dst, ds, sz, K(), ap, B, pb);
+    return kvpiHarrisCorner_32f_C1R(src, ss, dst, ds, sz, K(), ap, B, k, scale, pb);
   }
 }
 
