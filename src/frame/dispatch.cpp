@@ -15,7 +15,7 @@ extern "C" KVP_LOCAL int kvpcvInitLib(void) {
   kvp_index_local = ((mask & KVP_CPU_MOVBE) && (mask & KVP_CPU_SSSE3)) ? 1 : 0;
 #if KVP_HAVE_HWY
   // The vector target of the dispatched kernels, fixed once as well.
-  kvp::chooseVectorTarget();
+  kvp::chooseVectorTarget(mask);
 #endif
   return 1;
 }

@@ -3,7 +3,7 @@
 // The build compiles such kernels for SSSE3, AVX2 and AVX-512 (Highway's
 // AVX3); SSE4 and the emulated targets are left out (-DHWY_DISABLED_TARGETS
 // and the SSSE3 baseline). kvpcvInitLib fixes the widest target the
-// processor offers once, at load; every dispatched call afterwards reads
+// processor offers and the enabled feature mask allows once, at load; every dispatched call afterwards reads
 // that choice. A family writes its per-target kernels in the source that
 // drives them:
 //
@@ -38,6 +38,8 @@
 // rounds the product), and in-block operations packed back in block order.
 #pragma once
 
+#include "kvpcore.h"
+
 #if KVP_HAVE_HWY
 #include <hwy/highway.h>
 #include <hwy/targets.h>
@@ -47,7 +49,14 @@
 #define KVP_TARGET_KERNEL(fn) (&HWY_DYNAMIC_DISPATCH(fn))
 
 namespace kvp {
-// Fixes the widest target the processor supports (called once, at load).
-inline void chooseVectorTarget() { hwy::GetChosenTarget().Update(hwy::SupportedTargets()); }
+// Fixes the widest target the processor supports among those the enabled
+// feature mask allows (called once, at load): without AVX2 in the mask the
+// SSSE3 kernels run, without AVX-512F at most the AVX2 ones.
+inline void chooseVectorTarget(Kvp64u enabled) {
+  int64_t targets = hwy::SupportedTargets();
+  if (!(enabled & KVP_CPU_AVX512F)) targets &= ~int64_t(HWY_AVX3 | HWY_AVX3_DL);
+  if (!(enabled & KVP_CPU_AVX2)) targets &= ~int64_t(HWY_AVX2 | HWY_AVX3 | HWY_AVX3_DL);
+  hwy::GetChosenTarget().Update(targets);
+}
 }  // namespace kvp
 #endif
