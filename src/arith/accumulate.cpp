@@ -5,6 +5,19 @@
 // threshold and the row bands. All arithmetic is single precision in the
 // order written (a + s, a + s*s, a + s1*s2, (s - a)*alpha + a); the build
 // keeps multiply and add separate.
+//
+// The row kernels are compiled once per vector target (frame/targets.h);
+// the drivers and bodies once.
+#if KVP_HAVE_HWY
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "arith/accumulate.cpp"
+#include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <hwy/highway.h>
+#endif
+#include "frame/simd.h"
+
+#ifndef KVP_ARITH_ACCUMULATE_COMMON_
+#define KVP_ARITH_ACCUMULATE_COMMON_
 #include <bit>
 #include <cmath>
 #include <limits>
@@ -13,14 +26,25 @@
 #include "frame/bodies.h"
 #include "frame/checks.h"
 #include "frame/parallel.h"
-#include "frame/simd.h"
+#include "frame/targets.h"
 
 namespace kvp::arith {
+enum class AccOp { Add, Square, Product, Weighted };
+}
+#endif
+
+// ---- row kernels, one copy per target --------------------------------------------
+
+#if KVP_HAVE_HWY
+HWY_BEFORE_NAMESPACE();
+namespace kvp::arith::HWY_NAMESPACE {
+#else
+namespace kvp::arith::plain {
+#endif
 namespace {
-
-constexpr long long kThreadArea = 262144;
-
-bool threadedArea(KvpiSize roi) { return (long long)roi.width * roi.height >= kThreadArea; }
+#if KVP_HAVE_HWY
+using namespace kvp::HWY_NAMESPACE;
+#endif
 
 // ---- accumulation ----------------------------------------------------------
 
@@ -171,41 +195,35 @@ void accRow(const S* s1, const S* s2, const Kvp8u* m, float* acc, int w, Op op) 
     if (!Masked || m[x]) acc[x] = op(acc[x], (float)s1[x], (float)s2[x]);
 }
 
-// The family driver. s2 is unused for one-source operations, m when
-// unmasked; the planes are checked in argument order (sources, mask, acc).
-template <bool Masked, bool TwoSources, class S, class Op>
-KvpStatus accumulate(const S* s1, int s1Step, const S* s2, int s2Step, const Kvp8u* m, int mStep, Kvp32f* acc,
-                     int accStep, KvpiSize roi, Op op) {
-  KvpStatus st;
-  if (TwoSources && Masked)
-    st = checkPlanes(roi, {plane(s1, s1Step), plane(s2, s2Step), plane(m, mStep), plane(acc, accStep)});
-  else if (TwoSources)
-    st = checkPlanes(roi, {plane(s1, s1Step), plane(s2, s2Step), plane(acc, accStep)});
-  else if (Masked)
-    st = checkPlanes(roi, {plane(s1, s1Step), plane(m, mStep), plane(acc, accStep)});
-  else
-    st = checkPlanes(roi, {plane(s1, s1Step), plane(acc, accStep)});
-  if (st) return st;
-
-  forRowBands(roi.height, threadedArea(roi), [&](int y0, int rows, int) {
-    for (int y = y0; y < y0 + rows; ++y) {
-      const S* r1 = rowAt(s1, s1Step, y);
-      // A one-source operation reads its only source twice; the functor
-      // ignores the second value.
-      const S* r2 = TwoSources ? rowAt(s2, s2Step, y) : r1;
-      const Kvp8u* rm = Masked ? rowAt(m, mStep, y) : nullptr;
-      accRow<Masked>(r1, r2, rm, rowAt(acc, accStep, y), roi.width, op);
-    }
-  });
-  return kvpStsOk;
+// One row of any member: op selects the operation, masked the masked form.
+template <class S>
+void accRows(AccOp op, bool masked, float alpha, const S* s1, const S* s2, const Kvp8u* m, float* acc,
+             int w) {
+  switch (op) {
+    case AccOp::Add:
+      return masked ? accRow<true>(s1, s2, m, acc, w, OpAdd{}) : accRow<false>(s1, s2, m, acc, w, OpAdd{});
+    case AccOp::Square:
+      return masked ? accRow<true>(s1, s2, m, acc, w, OpSquare{})
+                    : accRow<false>(s1, s2, m, acc, w, OpSquare{});
+    case AccOp::Product:
+      return masked ? accRow<true>(s1, s2, m, acc, w, OpProduct{})
+                    : accRow<false>(s1, s2, m, acc, w, OpProduct{});
+    case AccOp::Weighted:
+      return masked ? accRow<true>(s1, s2, m, acc, w, OpWeighted{alpha})
+                    : accRow<false>(s1, s2, m, acc, w, OpWeighted{alpha});
+  }
 }
 
-// The masked members that mix two values per pixel query the cache size for
-// their blocking; a row is streamed once, so the block is the whole row.
-void touchCacheSize() {
-  int bytes = 0;
-  (void)kvpGetMaxCacheSizeB(&bytes);
-}
+#define KVP_ACC_ROWS(TS, T)                                                                                  \
+  void accRows##TS(AccOp op, bool masked, float alpha, const T* s1, const T* s2, const Kvp8u* m, float* acc, \
+                   int w) {                                                                                  \
+    accRows(op, masked, alpha, s1, s2, m, acc, w);                                                           \
+  }
+KVP_ACC_ROWS(8u, Kvp8u)
+KVP_ACC_ROWS(8s, Kvp8s)
+KVP_ACC_ROWS(16u, Kvp16u)
+KVP_ACC_ROWS(32f, Kvp32f)
+#undef KVP_ACC_ROWS
 
 // ---- absolute difference ------------------------------------------------------
 
@@ -247,12 +265,108 @@ void absDiffRow(const T* a, const T* b, T v, T* d, int w) {
   for (; x < w; ++x) d[x] = absDiff1(a[x], b ? b[x] : v);
 }
 
+#define KVP_ABSDIFF_ROWS(TS, T) \
+  void absDiffRows##TS(const T* a, const T* b, T v, T* d, int w) { absDiffRow(a, b, v, d, w); }
+KVP_ABSDIFF_ROWS(8u, Kvp8u)
+KVP_ABSDIFF_ROWS(16u, Kvp16u)
+KVP_ABSDIFF_ROWS(32f, Kvp32f)
+#undef KVP_ABSDIFF_ROWS
+
+}  // namespace
+}  // namespace kvp::arith::HWY_NAMESPACE (or plain)
+#if KVP_HAVE_HWY
+HWY_AFTER_NAMESPACE();
+#endif
+
+// ---- drivers and bodies, compiled once ------------------------------------------
+
+#if !KVP_HAVE_HWY || HWY_ONCE
+namespace kvp::arith {
+#if KVP_HAVE_HWY
+HWY_EXPORT(accRows8u);
+HWY_EXPORT(accRows8s);
+HWY_EXPORT(accRows16u);
+HWY_EXPORT(accRows32f);
+HWY_EXPORT(absDiffRows8u);
+HWY_EXPORT(absDiffRows16u);
+HWY_EXPORT(absDiffRows32f);
+#define KVP_ROWS(fn) KVP_TARGET_KERNEL(fn)
+#else
+#define KVP_ROWS(fn) (&plain::fn)
+#endif
+
+namespace {
+
+constexpr long long kThreadArea = 262144;
+
+bool threadedArea(KvpiSize roi) { return (long long)roi.width * roi.height >= kThreadArea; }
+
+// The chosen target's row kernel for source type S.
+template <class S>
+auto accKernel() {
+  if constexpr (std::is_same_v<S, Kvp8u>)
+    return KVP_ROWS(accRows8u);
+  else if constexpr (std::is_same_v<S, Kvp8s>)
+    return KVP_ROWS(accRows8s);
+  else if constexpr (std::is_same_v<S, Kvp16u>)
+    return KVP_ROWS(accRows16u);
+  else
+    return KVP_ROWS(accRows32f);
+}
+template <class T>
+auto absDiffKernel() {
+  if constexpr (std::is_same_v<T, Kvp8u>)
+    return KVP_ROWS(absDiffRows8u);
+  else if constexpr (std::is_same_v<T, Kvp16u>)
+    return KVP_ROWS(absDiffRows16u);
+  else
+    return KVP_ROWS(absDiffRows32f);
+}
+
+// The family driver. s2 is unused for one-source operations, m when
+// unmasked; the planes are checked in argument order (sources, mask, acc).
+template <bool Masked, bool TwoSources, class S>
+KvpStatus accumulate(const S* s1, int s1Step, const S* s2, int s2Step, const Kvp8u* m, int mStep, Kvp32f* acc,
+                     int accStep, KvpiSize roi, AccOp op, float alpha = 0.f) {
+  KvpStatus st;
+  if (TwoSources && Masked)
+    st = checkPlanes(roi, {plane(s1, s1Step), plane(s2, s2Step), plane(m, mStep), plane(acc, accStep)});
+  else if (TwoSources)
+    st = checkPlanes(roi, {plane(s1, s1Step), plane(s2, s2Step), plane(acc, accStep)});
+  else if (Masked)
+    st = checkPlanes(roi, {plane(s1, s1Step), plane(m, mStep), plane(acc, accStep)});
+  else
+    st = checkPlanes(roi, {plane(s1, s1Step), plane(acc, accStep)});
+  if (st) return st;
+
+  const auto kernel = accKernel<S>();
+  forRowBands(roi.height, threadedArea(roi), [&](int y0, int rows, int) {
+    for (int y = y0; y < y0 + rows; ++y) {
+      const S* r1 = rowAt(s1, s1Step, y);
+      // A one-source operation reads its only source twice; the functor
+      // ignores the second value.
+      const S* r2 = TwoSources ? rowAt(s2, s2Step, y) : r1;
+      const Kvp8u* rm = Masked ? rowAt(m, mStep, y) : nullptr;
+      kernel(op, Masked, alpha, r1, r2, rm, rowAt(acc, accStep, y), roi.width);
+    }
+  });
+  return kvpStsOk;
+}
+
+// The masked members that mix two values per pixel query the cache size for
+// their blocking; a row is streamed once, so the block is the whole row.
+void touchCacheSize() {
+  int bytes = 0;
+  (void)kvpGetMaxCacheSizeB(&bytes);
+}
+
 template <class T>
 KvpStatus absDiff(const T* s1, int s1Step, const T* s2, int s2Step, T* dst, int dstStep, KvpiSize roi) {
   if (KvpStatus st = checkPlanes(roi, {plane(s1, s1Step), plane(s2, s2Step), plane(dst, dstStep)})) return st;
+  const auto kernel = absDiffKernel<T>();
   forRowBands(roi.height, threadedArea(roi), [&](int y0, int rows, int) {
     for (int y = y0; y < y0 + rows; ++y)
-      absDiffRow(rowAt(s1, s1Step, y), rowAt(s2, s2Step, y), T(0), rowAt(dst, dstStep, y), roi.width);
+      kernel(rowAt(s1, s1Step, y), rowAt(s2, s2Step, y), T(0), rowAt(dst, dstStep, y), roi.width);
   });
   return kvpStsOk;
 }
@@ -267,9 +381,10 @@ KvpStatus absDiffC(const T* src, int srcStep, T* dst, int dstStep, KvpiSize roi,
     constexpr V hi = (V)std::numeric_limits<T>::max();
     v = (T)(value < 0 ? 0 : (value > hi ? hi : value));
   }
+  const auto kernel = absDiffKernel<T>();
   forRowBands(roi.height, threadedArea(roi), [&](int y0, int rows, int) {
     for (int y = y0; y < y0 + rows; ++y)
-      absDiffRow(rowAt(src, srcStep, y), (const T*)nullptr, v, rowAt(dst, dstStep, y), roi.width);
+      kernel(rowAt(src, srcStep, y), (const T*)nullptr, v, rowAt(dst, dstStep, y), roi.width);
   });
   return kvpStsOk;
 }
@@ -285,43 +400,43 @@ using namespace kvp::arith;
   KvpStatus KVP_BODY(kvpi##OP##_##TS##_C1IR)(const T* pSrc, int srcStep, Kvp32f* pSrcDst, int srcDstStep, \
                                              KvpiSize roiSize) {                                          \
     return accumulate<false, false>(pSrc, srcStep, (const T*)nullptr, 0, nullptr, 0, pSrcDst, srcDstStep, \
-                                    roiSize, NAME{});                                                     \
+                                    roiSize, NAME);                                                       \
   }
 #define KVP_ACC_ONE_SOURCE_M(OP, NAME, TS, T)                                                               \
   KvpStatus KVP_BODY(kvpi##OP##_##TS##_C1IMR)(const T* pSrc, int srcStep, const Kvp8u* pMask, int maskStep, \
                                               Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize) {          \
     return accumulate<true, false>(pSrc, srcStep, (const T*)nullptr, 0, pMask, maskStep, pSrcDst,           \
-                                   srcDstStep, roiSize, NAME{});                                            \
+                                   srcDstStep, roiSize, NAME);                                              \
   }
 
-KVP_ACC_ONE_SOURCE(Add, OpAdd, 8u32f, Kvp8u)
-KVP_ACC_ONE_SOURCE(Add, OpAdd, 8s32f, Kvp8s)
-KVP_ACC_ONE_SOURCE(Add, OpAdd, 16u32f, Kvp16u)
-KVP_ACC_ONE_SOURCE_M(Add, OpAdd, 8u32f, Kvp8u)
-KVP_ACC_ONE_SOURCE_M(Add, OpAdd, 8s32f, Kvp8s)
-KVP_ACC_ONE_SOURCE_M(Add, OpAdd, 16u32f, Kvp16u)
-KVP_ACC_ONE_SOURCE_M(Add, OpAdd, 32f, Kvp32f)
+KVP_ACC_ONE_SOURCE(Add, AccOp::Add, 8u32f, Kvp8u)
+KVP_ACC_ONE_SOURCE(Add, AccOp::Add, 8s32f, Kvp8s)
+KVP_ACC_ONE_SOURCE(Add, AccOp::Add, 16u32f, Kvp16u)
+KVP_ACC_ONE_SOURCE_M(Add, AccOp::Add, 8u32f, Kvp8u)
+KVP_ACC_ONE_SOURCE_M(Add, AccOp::Add, 8s32f, Kvp8s)
+KVP_ACC_ONE_SOURCE_M(Add, AccOp::Add, 16u32f, Kvp16u)
+KVP_ACC_ONE_SOURCE_M(Add, AccOp::Add, 32f, Kvp32f)
 
-KVP_ACC_ONE_SOURCE(AddSquare, OpSquare, 8u32f, Kvp8u)
-KVP_ACC_ONE_SOURCE(AddSquare, OpSquare, 8s32f, Kvp8s)
-KVP_ACC_ONE_SOURCE(AddSquare, OpSquare, 16u32f, Kvp16u)
-KVP_ACC_ONE_SOURCE(AddSquare, OpSquare, 32f, Kvp32f)
-KVP_ACC_ONE_SOURCE_M(AddSquare, OpSquare, 8u32f, Kvp8u)
-KVP_ACC_ONE_SOURCE_M(AddSquare, OpSquare, 8s32f, Kvp8s)
-KVP_ACC_ONE_SOURCE_M(AddSquare, OpSquare, 16u32f, Kvp16u)
-KVP_ACC_ONE_SOURCE_M(AddSquare, OpSquare, 32f, Kvp32f)
+KVP_ACC_ONE_SOURCE(AddSquare, AccOp::Square, 8u32f, Kvp8u)
+KVP_ACC_ONE_SOURCE(AddSquare, AccOp::Square, 8s32f, Kvp8s)
+KVP_ACC_ONE_SOURCE(AddSquare, AccOp::Square, 16u32f, Kvp16u)
+KVP_ACC_ONE_SOURCE(AddSquare, AccOp::Square, 32f, Kvp32f)
+KVP_ACC_ONE_SOURCE_M(AddSquare, AccOp::Square, 8u32f, Kvp8u)
+KVP_ACC_ONE_SOURCE_M(AddSquare, AccOp::Square, 8s32f, Kvp8s)
+KVP_ACC_ONE_SOURCE_M(AddSquare, AccOp::Square, 16u32f, Kvp16u)
+KVP_ACC_ONE_SOURCE_M(AddSquare, AccOp::Square, 32f, Kvp32f)
 
 #define KVP_ACC_PRODUCT(TS, T, CACHE)                                                                        \
   KvpStatus KVP_BODY(kvpiAddProduct_##TS##_C1IR)(const T* pSrc1, int src1Step, const T* pSrc2, int src2Step, \
                                                  Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize) {        \
     return accumulate<false, true>(pSrc1, src1Step, pSrc2, src2Step, nullptr, 0, pSrcDst, srcDstStep,        \
-                                   roiSize, OpProduct{});                                                    \
+                                   roiSize, AccOp::Product);                                                 \
   }                                                                                                          \
   KvpStatus KVP_BODY(kvpiAddProduct_##TS##_C1IMR)(const T* pSrc1, int src1Step, const T* pSrc2,              \
                                                   int src2Step, const Kvp8u* pMask, int maskStep,            \
                                                   Kvp32f* pSrcDst, int srcDstStep, KvpiSize roiSize) {       \
     KvpStatus st = accumulate<true, true>(pSrc1, src1Step, pSrc2, src2Step, pMask, maskStep, pSrcDst,        \
-                                          srcDstStep, roiSize, OpProduct{});                                 \
+                                          srcDstStep, roiSize, AccOp::Product);                              \
     if (CACHE && st == kvpStsOk) touchCacheSize();                                                           \
     return st;                                                                                               \
   }
@@ -335,13 +450,13 @@ KVP_ACC_PRODUCT(32f, Kvp32f, true)
   KvpStatus KVP_BODY(kvpiAddWeighted_##TS##_C1IR)(const T* pSrc, int srcStep, Kvp32f* pSrcDst,            \
                                                   int srcDstStep, KvpiSize roiSize, Kvp32f alpha) {       \
     return accumulate<false, false>(pSrc, srcStep, (const T*)nullptr, 0, nullptr, 0, pSrcDst, srcDstStep, \
-                                    roiSize, OpWeighted{alpha});                                          \
+                                    roiSize, AccOp::Weighted, alpha);                                     \
   }                                                                                                       \
   KvpStatus KVP_BODY(kvpiAddWeighted_##TS##_C1IMR)(const T* pSrc, int srcStep, const Kvp8u* pMask,        \
                                                    int maskStep, Kvp32f* pSrcDst, int srcDstStep,         \
                                                    KvpiSize roiSize, Kvp32f alpha) {                      \
     KvpStatus st = accumulate<true, false>(pSrc, srcStep, (const T*)nullptr, 0, pMask, maskStep, pSrcDst, \
-                                           srcDstStep, roiSize, OpWeighted{alpha});                       \
+                                           srcDstStep, roiSize, AccOp::Weighted, alpha);                  \
     if (CACHE && st == kvpStsOk) touchCacheSize();                                                        \
     return st;                                                                                            \
   }
@@ -400,3 +515,5 @@ KvpStatus KVP_BODY(kvpiAbsDiffC_32f_C1R)(const Kvp32f* pSrc, int srcStep, Kvp32f
                                          KvpiSize roiSize, Kvp32f value) {
   return absDiffC(pSrc, srcStep, pDst, dstStep, roiSize, value);
 }
+
+#endif  // !KVP_HAVE_HWY || HWY_ONCE

@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "detect/integral_rows.h"
 #include "frame/bodies.h"
 #include "frame/checks.h"
 #include "frame/parallel.h"
@@ -333,6 +334,11 @@ KvpStatus upright(const Kvp8u* src, int srcStep, TS* dst, int dstStep, TQ* sqr, 
   int y = 0;
 #if KVP_HAVE_HWY
   if constexpr (!WithSqr) {
+    // Wider targets: one row at a time in full-width vectors.
+    if (uprightSumsWide(src, srcStep, dst, dstStep, w, roi.height)) {
+      for (; y < roi.height; ++y) rowAt(dst, dstStep, y + 1)[0] = val;
+      return kvpStsOk;
+    }
     for (; y + 4 <= roi.height; y += 4) {
       const Kvp8u* s4[4];
       TS* d4[4];

@@ -1,22 +1,38 @@
-// Shared vector helpers (Highway, static dispatch: the target follows the
-// compiler flags). Only included where KVP_HAVE_HWY is set by the build.
-#pragma once
-
+// Shared vector helpers (Highway). Only included where KVP_HAVE_HWY is set by
+// the build.
+//
+// The helpers live in kvp::HWY_NAMESPACE, one copy per vector target. A
+// source compiled once (static dispatch: the target follows the compiler
+// flags) includes this header as usual and sees them as kvp::DF etc. and
+// Highway's namespace as ::hn. A source compiled once per target (see
+// frame/targets.h) includes it after hwy/foreach_target.h; the header is
+// then expanded again for every target and the family's kernels, declared in
+// their own per-target namespace, name the helpers of their target.
 #if KVP_HAVE_HWY
+
+#if defined(KVP_FRAME_SIMD_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef KVP_FRAME_SIMD_H_
+#undef KVP_FRAME_SIMD_H_
+#else
+#define KVP_FRAME_SIMD_H_
+#endif
+
 #include <hwy/highway.h>
 
 #include <cstdint>
 
-namespace hn = hwy::HWY_NAMESPACE;
+HWY_BEFORE_NAMESPACE();
+namespace kvp::HWY_NAMESPACE {
 
-namespace kvp {
+namespace hn = hwy::HWY_NAMESPACE;
 
 using DF = hn::ScalableTag<float>;
 
-#if KVP_HAVE_HWY && (HWY_TARGET == HWY_SSSE3 || HWY_TARGET == HWY_SSE4)
+#if HWY_TARGET == HWY_SSSE3 || HWY_TARGET == HWY_SSE4
 // On 128-bit targets 8-bit data is widened sixteen pixels at a time:
 // one byte load, then one byte shuffle per group of four pixels (cheaper
-// than two unpack steps per group).
+// than two unpack steps per group). Wider targets widen eight or sixteen
+// bytes directly into whole float vectors.
 constexpr bool kByteShuffleRows = true;
 using D8 = hn::Full128<uint8_t>;
 
@@ -54,5 +70,18 @@ HWY_INLINE hn::Mask<DF> maskGroup(hn::Vec<D8> nonZero) {
 constexpr bool kByteShuffleRows = false;
 #endif
 
-}  // namespace kvp
+}  // namespace kvp::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#endif  // per-target include guard
+
+// Names for sources compiled once: the static target's helpers.
+#if !defined(HWY_TARGET_INCLUDE) && !defined(KVP_FRAME_SIMD_STATIC_NAMES_)
+#define KVP_FRAME_SIMD_STATIC_NAMES_
+namespace hn = hwy::HWY_NAMESPACE;
+namespace kvp {
+using namespace kvp::HWY_NAMESPACE;
+}
+#endif
+
 #endif  // KVP_HAVE_HWY

@@ -5,15 +5,35 @@
 //   else history >= limit (or NaN)  -> history, unchanged
 //   else                            -> 0
 // written as a branch-free select over whole vectors with a scalar tail.
+// The row kernel is compiled once per vector target (frame/targets.h).
+#if KVP_HAVE_HWY
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "motion/motion_history.cpp"
+#include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <hwy/highway.h>
+#endif
+#include "frame/simd.h"
+
+#ifndef KVP_MOTION_HISTORY_COMMON_
+#define KVP_MOTION_HISTORY_COMMON_
 #include <type_traits>
 
 #include "frame/bodies.h"
 #include "frame/checks.h"
 #include "frame/parallel.h"
-#include "frame/simd.h"
+#include "frame/targets.h"
+#endif
 
-namespace kvp::motion {
+#if KVP_HAVE_HWY
+HWY_BEFORE_NAMESPACE();
+namespace kvp::motion::HWY_NAMESPACE {
+#else
+namespace kvp::motion::plain {
+#endif
 namespace {
+#if KVP_HAVE_HWY
+using namespace kvp::HWY_NAMESPACE;
+#endif
 
 template <class S>
 inline float updateOne(S sil, float mhi, float ts, float limit) {
@@ -83,13 +103,52 @@ void updateRow(const S* sil, float* mhi, int w, float ts, float limit) {
   for (; x < w; ++x) mhi[x] = updateOne(sil[x], mhi[x], ts, limit);
 }
 
+void updateRows8u(const Kvp8u* sil, float* mhi, int w, float ts, float limit) {
+  updateRow(sil, mhi, w, ts, limit);
+}
+void updateRows16u(const Kvp16u* sil, float* mhi, int w, float ts, float limit) {
+  updateRow(sil, mhi, w, ts, limit);
+}
+void updateRows32f(const Kvp32f* sil, float* mhi, int w, float ts, float limit) {
+  updateRow(sil, mhi, w, ts, limit);
+}
+
+}  // namespace
+}  // namespace kvp::motion::HWY_NAMESPACE (or plain)
+#if KVP_HAVE_HWY
+HWY_AFTER_NAMESPACE();
+#endif
+
+#if !KVP_HAVE_HWY || HWY_ONCE
+namespace kvp::motion {
+#if KVP_HAVE_HWY
+HWY_EXPORT(updateRows8u);
+HWY_EXPORT(updateRows16u);
+HWY_EXPORT(updateRows32f);
+#define KVP_ROWS(fn) KVP_TARGET_KERNEL(fn)
+#else
+#define KVP_ROWS(fn) (&plain::fn)
+#endif
+namespace {
+
+template <class S>
+auto updateKernel() {
+  if constexpr (std::is_same_v<S, Kvp8u>)
+    return KVP_ROWS(updateRows8u);
+  else if constexpr (std::is_same_v<S, Kvp16u>)
+    return KVP_ROWS(updateRows16u);
+  else
+    return KVP_ROWS(updateRows32f);
+}
+
 template <class S>
 KvpStatus update(const S* sil, int silStep, float* mhi, int mhiStep, KvpiSize roi, float ts, float duration) {
   if (KvpStatus st = checkPlanes(roi, {plane(sil, silStep), plane(mhi, mhiStep)})) return st;
   if (duration < 0.f) return kvpStsOutOfRange;
   const float limit = ts - duration;
+  const auto kernel = updateKernel<S>();
   for (int y = 0; y < roi.height; ++y)
-    updateRow(rowAt(sil, silStep, y), rowAt(mhi, mhiStep, y), roi.width, ts, limit);
+    kernel(rowAt(sil, silStep, y), rowAt(mhi, mhiStep, y), roi.width, ts, limit);
   return kvpStsOk;
 }
 
@@ -111,3 +170,5 @@ KvpStatus KVP_BODY(kvpiUpdateMotionHistory_32f_C1IR)(const Kvp32f* pSilhouette, 
                                                      Kvp32f mhiDuration) {
   return kvp::motion::update(pSilhouette, silhStep, pMHI, mhiStep, roiSize, timestamp, mhiDuration);
 }
+
+#endif  // !KVP_HAVE_HWY || HWY_ONCE

@@ -6,6 +6,7 @@
 
 #include "arith_ref.h"
 #include "harness.h"
+#include "targets.h"
 
 namespace {
 
@@ -70,15 +71,18 @@ void runAccCase(const AccCase<S>& c) {
           expect.at(x, y) = ar::accumulate(c.op, acc.at(x, y), (float)s1.at(x, y),
                                            (float)(c.twoSources ? s2.at(x, y) : s1.at(x, y)), c.alpha);
 
-    for (int threads : kvt::threadCounts()) {
-      kvt::Threads scope(threads);
-      Plane<Kvp32f> out = acc;
-      const auto before = out.bytes();
-      ASSERT_EQ(kvpStsOk, c.call(s1.roi(), s1.step(), s2.roi(), s2.step(), mask.roi(), mask.step(), out.roi(),
-                                 out.step(), sz));
-      ASSERT_TRUE(kvt::sameRoi(out, expect)) << "threads " << threads;
-      ASSERT_TRUE(out.sameOutsideRoi(before));
-      if (sz.width * sz.height < 4096) break;  // threading cannot change small images
+    for (int64_t t : kvt::vectorTargets()) {
+      kvt::Target target(t);
+      for (int threads : kvt::threadCounts()) {
+        kvt::Threads scope(threads);
+        Plane<Kvp32f> out = acc;
+        const auto before = out.bytes();
+        ASSERT_EQ(kvpStsOk, c.call(s1.roi(), s1.step(), s2.roi(), s2.step(), mask.roi(), mask.step(),
+                                   out.roi(), out.step(), sz));
+        ASSERT_TRUE(kvt::sameRoi(out, expect)) << kvt::targetName(t) << ", threads " << threads;
+        ASSERT_TRUE(out.sameOutsideRoi(before));
+        if (sz.width * sz.height < 4096) break;  // threading cannot change small images
+      }
     }
   }
 }
@@ -202,15 +206,19 @@ void checkMaskedOutNaNs(const std::vector<AccCase<S>>& cases) {
       std::memcpy(&f, &nans[rng() % 5], 4);
       return f;
     });
-    Plane<Kvp32f> out = acc;
-    ASSERT_EQ(kvpStsOk, c.call(s.roi(), s.step(), s.roi(), s.step(), mask.roi(), mask.step(), out.roi(),
-                               out.step(), out.size()));
-    for (int y = 0; y < 3; ++y)
-      for (int x = 0; x < 37; ++x) {
-        if (!mask.at(x, y)) {
-          ASSERT_EQ(0, std::memcmp(&out.at(x, y), &acc.at(x, y), 4)) << c.name << " at " << x;
+    for (int64_t t : kvt::vectorTargets()) {
+      kvt::Target target(t);
+      Plane<Kvp32f> out = acc;
+      ASSERT_EQ(kvpStsOk, c.call(s.roi(), s.step(), s.roi(), s.step(), mask.roi(), mask.step(), out.roi(),
+                                 out.step(), out.size()));
+      for (int y = 0; y < 3; ++y)
+        for (int x = 0; x < 37; ++x) {
+          if (!mask.at(x, y)) {
+            ASSERT_EQ(0, std::memcmp(&out.at(x, y), &acc.at(x, y), 4))
+                << c.name << " " << kvt::targetName(t) << " at " << x;
+          }
         }
-      }
+    }
   }
 }
 
@@ -236,14 +244,17 @@ void checkAbsDiff(F f, int channels) {
       for (int i = 0; i < sz.width * channels; ++i) {
         expect.row(y)[i] = ar::absDiff(a.row(y)[i], b.row(y)[i]);
       }
-    for (int threads : kvt::threadCounts()) {
-      kvt::Threads scope(threads);
-      Plane<T> d(sz.width, sz.height, channels, rng);
-      const auto before = d.bytes();
-      ASSERT_EQ(kvpStsOk, f(a.roi(), a.step(), b.roi(), b.step(), d.roi(), d.step(), sz));
-      ASSERT_TRUE(kvt::sameRoi(d, expect));
-      ASSERT_TRUE(d.sameOutsideRoi(before));
-      if (sz.width * sz.height < 4096) break;
+    for (int64_t t : kvt::vectorTargets()) {
+      kvt::Target target(t);
+      for (int threads : kvt::threadCounts()) {
+        kvt::Threads scope(threads);
+        Plane<T> d(sz.width, sz.height, channels, rng);
+        const auto before = d.bytes();
+        ASSERT_EQ(kvpStsOk, f(a.roi(), a.step(), b.roi(), b.step(), d.roi(), d.step(), sz));
+        ASSERT_TRUE(kvt::sameRoi(d, expect)) << kvt::targetName(t);
+        ASSERT_TRUE(d.sameOutsideRoi(before));
+        if (sz.width * sz.height < 4096) break;
+      }
     }
   }
 }

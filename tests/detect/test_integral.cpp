@@ -8,6 +8,7 @@
 
 #include "harness.h"
 #include "integral_ref.h"
+#include "targets.h"
 
 namespace {
 
@@ -84,8 +85,13 @@ void sweepBuilders(const std::vector<Builder<TS, TQ>>& builders) {
       const Plane<Kvp8u> src = randomImage(sz, rng);
       const bool high = k++ & 1;
       std::uniform_int_distribution<int> small(-1000, 1000);
-      checkBuilder<TS, TQ>(b, src, high ? (TS)(INT_MAX - 1000) : (TS)small(rng),
-                           high ? (TQ)(INT_MIN + 7) : (TQ)small(rng), rng);
+      const TS val = high ? (TS)(INT_MAX - 1000) : (TS)small(rng);
+      const TQ valSqr = high ? (TQ)(INT_MIN + 7) : (TQ)small(rng);
+      for (int64_t t : kvt::vectorTargets()) {
+        kvt::Target target(t);
+        SCOPED_TRACE(kvt::targetName(t));
+        checkBuilder<TS, TQ>(b, src, val, valSqr, rng);
+      }
     }
   }
 }

@@ -11,6 +11,10 @@
 
 #include "kvpcv.h"
 
+#if KVP_HAVE_HWY
+#include <hwy/targets.h>
+#endif
+
 namespace {
 
 // Child: 0 when the loaded library reports the expected path everywhere.
@@ -40,6 +44,30 @@ int childRun(Kvp64u mask, int expectIndex) {
   return 0;
 }
 
+#if KVP_HAVE_HWY
+// Child: 0 when the vector target the library fixed at load is the widest
+// supported one that the mask allows (targets: what it may still use).
+int childVectorTarget(Kvp64u mask, int64_t targets) {
+  kvpSetCpuFeatures(mask);
+  if (!dlopen(KVP_LIB_PATH, RTLD_NOW | RTLD_LOCAL)) return 10;
+  // Read first: asking Highway for the supported targets re-selects the
+  // widest one.
+  const size_t chosen = hwy::GetChosenTarget().GetIndex();
+  hwy::ChosenTarget want;
+  want.Update(hwy::SupportedTargets() & targets);
+  return chosen == want.GetIndex() ? 0 : 20;
+}
+#endif
+
+template <class F>
+int inChildDo(F f) {
+  const pid_t pid = fork();
+  if (pid == 0) _exit(f());
+  int status = 0;
+  waitpid(pid, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 100;
+}
+
 int inChild(Kvp64u mask, int expectIndex) {
   const pid_t pid = fork();
   if (pid == 0) _exit(childRun(mask, expectIndex));
@@ -65,6 +93,31 @@ TEST(Dispatch, BothTakeN8) {
   if (!(f & KVP_CPU_MOVBE) || !(f & KVP_CPU_SSSE3)) GTEST_SKIP() << "processor lacks MOVBE or SSSE3";
   EXPECT_EQ(0, inChild(~Kvp64u(0), 1));
 }
+
+#if KVP_HAVE_HWY
+// The mask also bounds the vector width of the dispatched kernels.
+TEST(Dispatch, VectorTargetFollowsTheMask) {
+  const int64_t all = ~int64_t(0), noAvx512 = ~int64_t(HWY_AVX3 | HWY_AVX3_DL),
+                noAvx2 = ~int64_t(HWY_AVX2 | HWY_AVX3 | HWY_AVX3_DL);
+  const struct {
+    Kvp64u mask;
+    int64_t targets;
+  } cases[] = {{~Kvp64u(0), all},
+               {~KVP_CPU_AVX512F, noAvx512},
+               {~KVP_CPU_AVX2, noAvx2},
+               {~(KVP_CPU_AVX2 | KVP_CPU_AVX512F), noAvx2}};
+  for (const auto& c : cases)
+    EXPECT_EQ(0, inChildDo([&] { return childVectorTarget(c.mask, c.targets); })) << std::hex << c.mask;
+  // The widest target is not the same in every case on a processor with
+  // AVX2 (otherwise the cases above cannot tell the masks apart).
+  if (hwy::SupportedTargets() & HWY_AVX2) {
+    hwy::ChosenTarget widest, narrow;
+    widest.Update(hwy::SupportedTargets());
+    narrow.Update(hwy::SupportedTargets() & noAvx2);
+    EXPECT_NE(widest.GetIndex(), narrow.GetIndex());
+  }
+}
+#endif
 
 TEST(CoreLibrary, FeatureMaskIsDetectedAndMask) {
   Kvp64u f = 0;

@@ -6,6 +6,7 @@
 
 #include "harness.h"
 #include "motion_ref.h"
+#include "targets.h"
 
 namespace {
 
@@ -122,11 +123,15 @@ void checkMember(MotionFn<S> f, uint64_t salt) {
         expect.at(x, y) = mr::update(sil.at(x, y), mhi.at(x, y), st.ts, limit);
 
     const auto silBefore = sil.bytes();
-    const auto before = mhi.bytes();
-    ASSERT_EQ(kvpStsOk, f(sil.roi(), sil.step(), mhi.roi(), mhi.step(), sz, st.ts, st.dur));
-    ASSERT_TRUE(kvt::sameRoi(mhi, expect));
-    ASSERT_TRUE(mhi.sameOutsideRoi(before));
-    ASSERT_TRUE(sil.unchanged(silBefore));
+    for (int64_t t : kvt::vectorTargets()) {
+      kvt::Target target(t);
+      Plane<Kvp32f> out = mhi;
+      const auto before = out.bytes();
+      ASSERT_EQ(kvpStsOk, f(sil.roi(), sil.step(), out.roi(), out.step(), sz, st.ts, st.dur));
+      ASSERT_TRUE(kvt::sameRoi(out, expect)) << kvt::targetName(t);
+      ASSERT_TRUE(out.sameOutsideRoi(before));
+      ASSERT_TRUE(sil.unchanged(silBefore));
+    }
   }
 }
 
@@ -149,10 +154,14 @@ void checkOffsets(MotionFn<S> f) {
       Plane<Kvp32f> expect = mhi;
       for (int y = 0; y < 3; ++y)
         for (int x = 0; x < w; ++x) expect.at(x, y) = mr::update(sil.at(x, y), mhi.at(x, y), 9.f, 4.f);
-      const auto before = mhi.bytes();
-      ASSERT_EQ(kvpStsOk, f(sil.roi(), sil.step(), mhi.roi(), mhi.step(), mhi.size(), 9.f, 5.f));
-      ASSERT_TRUE(kvt::sameRoi(mhi, expect)) << "width " << w << " offset " << off;
-      ASSERT_TRUE(mhi.sameOutsideRoi(before)) << "width " << w << " offset " << off;
+      for (int64_t t : kvt::vectorTargets()) {
+        kvt::Target target(t);
+        Plane<Kvp32f> out = mhi;
+        const auto before = out.bytes();
+        ASSERT_EQ(kvpStsOk, f(sil.roi(), sil.step(), out.roi(), out.step(), out.size(), 9.f, 5.f));
+        ASSERT_TRUE(kvt::sameRoi(out, expect)) << kvt::targetName(t) << " width " << w << " offset " << off;
+        ASSERT_TRUE(out.sameOutsideRoi(before)) << kvt::targetName(t) << " width " << w << " offset " << off;
+      }
     }
 }
 

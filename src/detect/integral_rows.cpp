@@ -1,0 +1,160 @@
+// Upright sum-table rows, compiled once per vector target.
+//
+// One row at a time: a vector of pixels is widened to 32-bit lanes and its
+// inclusive prefix formed in log2(lanes) steps (two lane shifts inside each
+// 128-bit block, then one or two steps that add the last lane of an earlier
+// block to every lane of a later one), the running total of the row
+// enters as a broadcast carry, and the row above is added in the same pass.
+// Integer tables wrap modulo 2^32; float tables add the float of the 32-bit
+// prefix to the float above, exactly as the scalar recurrence does.
+#if KVP_HAVE_HWY
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "detect/integral_rows.cpp"
+#include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <hwy/highway.h>
+
+#ifndef KVP_DETECT_INTEGRAL_ROWS_COMMON_
+#define KVP_DETECT_INTEGRAL_ROWS_COMMON_
+#include <cstdint>
+#include <type_traits>
+
+#include "detect/integral_rows.h"
+#include "frame/parallel.h"
+#include "frame/targets.h"
+#endif
+
+HWY_BEFORE_NAMESPACE();
+namespace kvp::detect::HWY_NAMESPACE {
+namespace {
+namespace hn = hwy::HWY_NAMESPACE;
+
+template <class T>
+bool sumRows(const Kvp8u* src, int srcStep, T* dst, int dstStep, int w, int h) {
+  using D = hn::ScalableTag<uint32_t>;
+  const D d;
+  if (hn::Lanes(d) <= 4) return false;
+#if HWY_TARGET != HWY_SSSE3 && HWY_TARGET != HWY_SSE4
+  constexpr int N = (int)hn::MaxLanes(D());
+  const hn::Rebind<uint8_t, D> d8;
+  const hn::RebindToSigned<D> di;
+  const hn::Rebind<float, D> df;
+  // Lane i of block b takes the last lane of block b - 1 (up1) or b - 2
+  // (up2); the lanes of the blocks before become zero.
+  alignas(64) uint32_t up4[N], up8[N], last[N];
+  for (int i = 0; i < N; ++i) {
+    up4[i] = i >= 4 ? (i / 4 - 1) * 4 + 3 : 0;
+    up8[i] = i >= 8 ? (i / 4 - 2) * 4 + 3 : 0;
+    last[i] = N - 1;
+  }
+  const auto i4 = hn::SetTableIndices(d, up4), i8 = hn::SetTableIndices(d, up8);
+  const auto iLast = hn::SetTableIndices(d, last);
+  const auto low4 = hn::FirstN(d, 4), low8 = hn::FirstN(d, 8);
+
+  // Inclusive prefix of N pixels of one row, plus the row's carry.
+  const auto prefix = [&](const Kvp8u* p, hn::Vec<D>& carry) {
+    auto v = hn::PromoteTo(d, hn::LoadU(d8, p));
+    v = hn::Add(v, hn::ShiftLeftLanes<1>(d, v));
+    v = hn::Add(v, hn::ShiftLeftLanes<2>(d, v));
+    // Each block now holds its own prefix; add the totals of the blocks
+    // before it (the last lane of block b - 1 then holds blocks b - 2 and
+    // b - 1 together).
+    v = hn::Add(v, hn::IfThenZeroElse(low4, hn::TableLookupLanes(v, i4)));
+    if constexpr (N > 8) v = hn::Add(v, hn::IfThenZeroElse(low8, hn::TableLookupLanes(v, i8)));
+    v = hn::Add(v, carry);
+    carry = hn::TableLookupLanes(v, iLast);
+    return v;
+  };
+  // Table row = row above + prefix, in the table's arithmetic.
+  const auto loadRow = [&](const T* p) {
+    if constexpr (std::is_same_v<T, Kvp32s>)
+      return hn::LoadU(d, reinterpret_cast<const uint32_t*>(p));
+    else
+      return hn::LoadU(df, p);
+  };
+  const auto plus = [&](auto a, hn::Vec<D> v) {
+    if constexpr (std::is_same_v<T, Kvp32s>)
+      return hn::Add(a, v);
+    else
+      return hn::Add(a, hn::ConvertTo(df, hn::BitCast(di, v)));
+  };
+  const auto storeRow = [&](auto v, T* p) {
+    if constexpr (std::is_same_v<T, Kvp32s>)
+      hn::StoreU(v, d, reinterpret_cast<uint32_t*>(p));
+    else
+      hn::StoreU(v, df, p);
+  };
+  // R rows at a time: the row above is read once and each new row is
+  // added to the previous one in registers.
+  const auto rows = [&](auto rowsC, int y) {
+    constexpr int R = decltype(rowsC)::value;
+    const Kvp8u* s[R];
+    T* out[R];
+    hn::Vec<D> carry[R];
+    for (int k = 0; k < R; ++k) {
+      s[k] = rowAt(src, srcStep, y + k);
+      out[k] = rowAt(dst, dstStep, y + 1 + k) + 1;
+      carry[k] = hn::Zero(d);
+    }
+    const T* above = rowAt(dst, dstStep, y) + 1;
+    int x = 0;
+    for (; x + N <= w; x += N) {
+      auto a = loadRow(above + x);
+      for (int k = 0; k < R; ++k) {
+        a = plus(a, prefix(s[k] + x, carry[k]));
+        storeRow(a, out[k] + x);
+      }
+    }
+    for (int k = 0; k < R; ++k) {
+      const T* up = k ? out[k - 1] : above;
+      uint32_t r = hn::GetLane(carry[k]);
+      for (int i = x; i < w; ++i) {
+        r += s[k][i];
+        if constexpr (std::is_same_v<T, Kvp32s>)
+          out[k][i] = (Kvp32s)((uint32_t)up[i] + r);
+        else
+          out[k][i] = up[i] + (float)(int32_t)r;
+      }
+    }
+  };
+  int y = 0;
+  for (; y + 4 <= h; y += 4) rows(std::integral_constant<int, 4>{}, y);
+  for (; y < h; ++y) rows(std::integral_constant<int, 1>{}, y);
+  return true;
+#else
+  (void)src, (void)srcStep, (void)dst, (void)dstStep, (void)w, (void)h;
+  return false;
+#endif
+}
+
+bool sumRows32s(const Kvp8u* src, int srcStep, Kvp32s* dst, int dstStep, int w, int h) {
+  return sumRows(src, srcStep, dst, dstStep, w, h);
+}
+bool sumRows32f(const Kvp8u* src, int srcStep, Kvp32f* dst, int dstStep, int w, int h) {
+  return sumRows(src, srcStep, dst, dstStep, w, h);
+}
+
+}  // namespace
+}  // namespace kvp::detect::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace kvp::detect {
+HWY_EXPORT(sumRows32s);
+HWY_EXPORT(sumRows32f);
+
+bool uprightSumsWide(const Kvp8u* src, int srcStep, Kvp32s* dst, int dstStep, int w, int h) {
+  return KVP_TARGET_KERNEL(sumRows32s)(src, srcStep, dst, dstStep, w, h);
+}
+bool uprightSumsWide(const Kvp8u* src, int srcStep, Kvp32f* dst, int dstStep, int w, int h) {
+  return KVP_TARGET_KERNEL(sumRows32f)(src, srcStep, dst, dstStep, w, h);
+}
+}  // namespace kvp::detect
+#endif
+
+#else  // no vector support: the caller's plain rows
+#include "detect/integral_rows.h"
+namespace kvp::detect {
+bool uprightSumsWide(const Kvp8u*, int, Kvp32s*, int, int, int) { return false; }
+bool uprightSumsWide(const Kvp8u*, int, Kvp32f*, int, int, int) { return false; }
+}  // namespace kvp::detect
+#endif
