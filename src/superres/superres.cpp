@@ -25,7 +25,7 @@ namespace {
 constexpr Kvp32u kKind3x3 = 0x53520309u;
 constexpr Kvp32u kKind2x2 = 0x53520204u;
 
-struct Spec {
+struct PsfTable {
   StateHead head;
   int taps;  // S * S
   int tabSize;
@@ -39,28 +39,28 @@ KvpStatus initAlloc(void** ppPSF, const Kvp32f* tab, int tabSize) {
   const long long count = (long long)tabSize * S * S;
   for (long long i = 0; i < count; ++i)
     if (!std::isfinite(tab[i])) return kvpStsBadArg;
-  const long long tableAt = regionAfter(0, (long long)sizeof(Spec));
+  const long long tableAt = regionAfter(0, (long long)sizeof(PsfTable));
   const long long payload = tableAt + count * 4;
   if (payload > kMaxBlock) return kvpStsNoMemory;
-  return allocState<void, Spec>(payload, S == 3 ? kKind3x3 : kKind2x2, ppPSF,
-                                [&](Spec* s, unsigned char* base) {
-                                  s->taps = S * S;
-                                  s->tabSize = tabSize;
-                                  s->table = reinterpret_cast<Kvp32f*>(base + tableAt);
-                                  std::memcpy(s->table, tab, (size_t)count * 4);
-                                });
+  return allocState<void, PsfTable>(payload, S == 3 ? kKind3x3 : kKind2x2, ppPSF,
+                                    [&](PsfTable* s, unsigned char* base) {
+                                      s->taps = S * S;
+                                      s->tabSize = tabSize;
+                                      s->table = reinterpret_cast<Kvp32f*>(base + tableAt);
+                                      std::memcpy(s->table, tab, (size_t)count * 4);
+                                    });
 }
 
 // Checks common to both working functions after the pointers: len and size,
 // the step, then every entry against the plane.
 template <int S>
 KvpStatus checkEntries(int step, KvpiSize size, const int* pX, const int* pY, const unsigned* pIndex, int len,
-                       const Spec& spec) {
+                       const PsfTable& psf) {
   if (len < 1 || size.width < S || size.height < S) return kvpStsBadSize;
   if ((long long)step < (long long)size.width * 4) return kvpStsBadStep;
   if (step & 3) return kvpStsStepNotMultiple;
   const int maxX = size.width - S, maxY = size.height - S;
-  const unsigned tabSize = (unsigned)spec.tabSize;
+  const unsigned tabSize = (unsigned)psf.tabSize;
   bool bad = false;
   for (int i = 0; i < len; ++i)
     bad |= (pIndex[i] >= tabSize) | (pX[i] < 0) | (pY[i] < 0) | (pX[i] > maxX) | (pY[i] > maxY);
@@ -95,11 +95,11 @@ KvpStatus calcResidual(const Kvp8u* pSrc, const Kvp32f* pHiRes, int hiResStep, K
                        Kvp32f* pResidual, const int* pX, const int* pY, const unsigned* pIndex, int len,
                        const void* pPSF) {
   if (KvpStatus st = checkPointers({pSrc, pHiRes, pResidual, pX, pY, pIndex, pPSF})) return st;
-  const Spec& spec = *stateAt<Spec>(pPSF);
-  if (KvpStatus st = checkEntries<S>(hiResStep, hiResSize, pX, pY, pIndex, len, spec)) return st;
+  const PsfTable& psf = *stateAt<PsfTable>(pPSF);
+  if (KvpStatus st = checkEntries<S>(hiResStep, hiResSize, pX, pY, pIndex, len, psf)) return st;
   const bool threaded = (long long)len >= (long long)ownGetNumThreads() * 32768;
   forRowBands(len, threaded, [&](int i0, int n, int) {
-    residualRange<S>(pSrc, pHiRes, hiResStep, pResidual, pX, pY, pIndex, spec.table, i0, n);
+    residualRange<S>(pSrc, pHiRes, hiResStep, pResidual, pX, pY, pIndex, psf.table, i0, n);
   });
   return kvpStsOk;
 }
@@ -108,12 +108,12 @@ template <int S>
 KvpStatus updateGradient(Kvp32f* pGrad, int gradStep, KvpiSize gradSize, const int* pX, const int* pY,
                          const unsigned* pIndex, const Kvp32f* pWeight, int len, const void* pPSF) {
   if (KvpStatus st = checkPointers({pGrad, pX, pY, pIndex, pWeight, pPSF})) return st;
-  const Spec& spec = *stateAt<Spec>(pPSF);
-  if (KvpStatus st = checkEntries<S>(gradStep, gradSize, pX, pY, pIndex, len, spec)) return st;
+  const PsfTable& psf = *stateAt<PsfTable>(pPSF);
+  if (KvpStatus st = checkEntries<S>(gradStep, gradSize, pX, pY, pIndex, len, psf)) return st;
   unsigned char* base = reinterpret_cast<unsigned char*>(pGrad);
   const long long step = gradStep;
   for (int i = 0; i < len; ++i) {
-    const Kvp32f* p = spec.table + (size_t)pIndex[i] * (S * S);
+    const Kvp32f* p = psf.table + (size_t)pIndex[i] * (S * S);
     const Kvp32f w = pWeight[i];
     unsigned char* at = base + step * pY[i] + 4LL * pX[i];
     for (int r = 0; r < S; ++r) {
