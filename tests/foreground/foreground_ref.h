@@ -348,7 +348,7 @@ class Gaussian {
     for (int y = 0; y < h_; ++y)
       for (int x = 0; x < w_; ++x) {
         Gauss* g = &px_[((size_t)y * w_ + x) * m_.numGauss];
-        float I[3];
+        float I[3] = {};
         for (int c = 0; c < C; ++c) I[c] = frame[(size_t)y * fstep + x * C + c];
         const bool fore = step(g, I, alpha);
         if (mask) {
