@@ -212,7 +212,9 @@ void run(const Member& m, kvf::Stream& s) {
 
   const bool fits = kvf::planesFit(p, 2, w, roi.height, kMaxPlaneBytes);
   if (expect == kvpStsOk) {
-    if (!fits || w * roi.height * m.ch * (long long)side * side > kMaxWork) return;
+    // side is tested alone first: a valid Gauss kernel may be huge, and side^2
+    // times the plane size must not overflow.
+    if (!fits || side > 2048 || w * roi.height * m.ch * (long long)side * side > kMaxWork) return;
     if (m.family == kGauss && side > 41) return;
   }
   std::optional<kvf::GuardedPlane> planes[2];
