@@ -46,13 +46,15 @@ test-valgrind: all
 
 # Every libFuzzer target for a bounded time from its seed corpus (clang).
 FUZZ_SECONDS ?= 20
+# A fixed seed makes a run repeatable; FUZZ_SEED=0 lets each run pick its own.
+FUZZ_SEED ?= 1
 fuzz:
 	CC=clang CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKVP_FUZZ=ON -DKVP_BUILD_BENCH=OFF -DKVP_BUILD_EXAMPLES=OFF
 	@set -e; for src in tests/fuzz/fuzz_*.cpp; do \
 	  t=$$(basename $$src .cpp); mkdir -p build-fuzz/new/$$t; \
 	  cmake --build build-fuzz -j $(JOBS) --target $$t > build-fuzz/build-$$t.log 2>&1 || { cat build-fuzz/build-$$t.log; exit 1; }; \
 	  echo "fuzz $$t for $(FUZZ_SECONDS) s"; \
-	  build-fuzz/bin/$$t -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 build-fuzz/new/$$t tests/fuzz/corpus/$$t 2>&1 | grep -E 'stat::number_of_executed_units|ERROR|SUMMARY' ; \
+	  build-fuzz/bin/$$t -seed=$(FUZZ_SEED) -max_total_time=$(FUZZ_SECONDS) -print_final_stats=1 build-fuzz/new/$$t tests/fuzz/corpus/$$t 2>&1 | grep -E 'stat::number_of_executed_units|ERROR|SUMMARY' ; \
 	  test $${PIPESTATUS[0]} -eq 0; \
 	done
 

@@ -25,6 +25,7 @@ KvpStatus KVP_BODY(kvpiCannyGetSize)(KvpiSize roiSize, int* pBufferSize) {
   if (!pBufferSize) return kvpStsNullPtr;
   if (KvpStatus s = kvp::checkSize(roiSize)) return s;
   const long long W = roiSize.width, H = roiSize.height, n = kvp::edges::teamSize();
+  if (W * H > 0x7fffffffLL) return kvpStsBadSize;  // the sum below would overflow first
   return kvp::edges::storeSize(kvp::edges::a64((W + 2) * (H + 2)) + 4 * W * H + n * (24 * (W + 2) + 64) + 64,
                                pBufferSize);
 }
@@ -37,6 +38,7 @@ KvpStatus KVP_BODY(kvpiCannyBorderGetSize)(KvpiSize roiSize, KvpiDifferentialKer
           kvp::edges::checkCannyKernel(kvp::edges::enumValue(filterType), kvp::edges::enumValue(mask)))
     return s;
   const long long W = roiSize.width, H = roiSize.height, n = kvp::edges::teamSize();
+  if (W * H > 0x7fffffffLL) return kvpStsBadSize;
   return kvp::edges::storeSize(
       kvp::edges::a64((W + 2) * (H + 2)) + 4 * W * H + n * kvp::edges::cannyBorderSlice((int)W) + 64,
       pBufferSize);
