@@ -13,8 +13,9 @@
 #include <type_traits>
 
 #include "fuzz_planes.h"
-// After the fuzz headers, which keep the reference loops out of the coverage.
+KVF_REF_BEGIN
 #include "../arith/arith_ref.h"
+KVF_REF_END
 
 namespace {
 
@@ -121,7 +122,7 @@ typename Tr::Scalar pickScalar(kvf::Stream& s) {
 
 // Planes in argument order: source 1, source 2, mask, output.
 enum { kS1, kS2, kMask, kOut, kPlanes };
-using Planes = std::optional<kvf::GuardedPlane>[kPlanes];
+using Planes = kvf::PlaneSet<kPlanes>;
 
 // Pixels of the laid-out planes. Rows whose step is not a multiple of the
 // element are misaligned: pixels go in and out through memcpy.
@@ -130,10 +131,10 @@ KVF_NO_COVERAGE void fill(kvf::Stream& in, Planes& g, int width, int height) {
   using S = typename Tr::Src;
   using D = typename Tr::Dst;
   for (int y = 0; y < height; ++y) {
-    uint8_t* r1 = g[kS1]->row(y);
-    uint8_t* r2 = Tr::kTwo ? g[kS2]->row(y) : nullptr;
-    uint8_t* rm = Tr::kMasked ? g[kMask]->row(y) : nullptr;
-    uint8_t* ro = g[kOut]->row(y);
+    uint8_t* r1 = g.row(kS1, y);
+    uint8_t* r2 = Tr::kTwo ? g.row(kS2, y) : nullptr;
+    uint8_t* rm = Tr::kMasked ? g.row(kMask, y) : nullptr;
+    uint8_t* ro = g.row(kOut, y);
     for (int x = 0; x < width; ++x) {
       const S a = kvf::pickElem<S>(in);
       std::memcpy(r1 + x * sizeof(S), &a, sizeof(S));
@@ -158,11 +159,11 @@ KVF_NO_COVERAGE void verify(Planes& g, int width, int height, typename Tr::Scala
   using S = typename Tr::Src;
   using D = typename Tr::Dst;
   for (int y = 0; y < height; ++y) {
-    const uint8_t* r1 = g[kS1]->row(y);
-    const uint8_t* r2 = Tr::kTwo ? g[kS2]->row(y) : nullptr;
-    const uint8_t* rm = Tr::kMasked ? g[kMask]->row(y) : nullptr;
-    const uint8_t* ro = g[kOut]->row(y);
-    const uint8_t* rold = g[kOut]->armedRow(y);
+    const uint8_t* r1 = g.row(kS1, y);
+    const uint8_t* r2 = Tr::kTwo ? g.row(kS2, y) : nullptr;
+    const uint8_t* rm = Tr::kMasked ? g.row(kMask, y) : nullptr;
+    const uint8_t* ro = g.row(kOut, y);
+    const uint8_t* rold = g.g[kOut]->armedRow(y);
     for (int x = 0; x < width; ++x) {
       S a, b{};
       D old, got;
@@ -197,45 +198,26 @@ void run(kvf::Stream& in) {
   // or negative width can pass as a small one; that is the status expected.
   const int width = Tr::kChans == 3 ? (int)((unsigned)roi.width * 3u) : roi.width;
 
-  kvf::PlaneDesc p[kPlanes];
-  p[kS1].used = true, p[kS1].elem = sizeof(S);
-  p[kS2].used = Tr::kTwo, p[kS2].elem = sizeof(S);
-  p[kMask].used = Tr::kMasked, p[kMask].elem = 1;
-  p[kOut].used = true, p[kOut].elem = sizeof(D);
-  const uint8_t nulls = in.byte();
-  for (int i = 0; i < kPlanes; ++i) {
-    p[i].step = kvf::readStep(in, p[i].rowBytes(width > 0 ? width : 0), p[i].elem, dims.big);
-    p[i].lead = (size_t)in.intIn(0, 31) * p[i].elem;
-    // One plane in eight passes null, and now and then all of them.
-    p[i].null = (nulls & 7) == 0 ? (nulls >> 3) % kPlanes == i || nulls == 0 : false;
-  }
+  Planes g;
+  g.d[kS1] = {true, (int)sizeof(S)};
+  g.d[kS2] = {Tr::kTwo, (int)sizeof(S)};
+  g.d[kMask] = {Tr::kMasked, 1};
+  g.d[kOut] = {true, (int)sizeof(D)};
+  g.read(in, width, dims.big);
   const typename Tr::Scalar k = pickScalar<Tr>(in);
-  const KvpStatus expect = kvf::commonStatus(p, kPlanes, width, roi.height);
+  const KvpStatus expect = g.expect(width, roi.height);
   const long long maxBytes = dims.big ? kMaxBigPlaneBytes : kMaxPlaneBytes;
   // A successful call on planes too big to lay out here is not tried.
-  if (expect == kvpStsOk && !kvf::planesFit(p, kPlanes, width, roi.height, maxBytes)) return;
+  if (expect == kvpStsOk && !g.fit(width, roi.height, maxBytes)) return;
 
-  Planes g;
-  const bool laidOut = kvf::buildPlanes(p, kPlanes, width, roi.height, maxBytes, g, in.byte());
-  if (laidOut) fill<Tr>(in, g, width, roi.height);
-  for (auto& plane : g)
-    if (plane) plane->arm();
+  g.build(width, roi.height, maxBytes, in.byte());
+  if (g.laidOut) fill<Tr>(in, g, width, roi.height);
+  g.arm();
 
-  auto ptr = [&](int i) -> uint8_t* { return p[i].used && !p[i].null ? g[i]->roi() : nullptr; };
-  const KvpStatus st = call<Tr, Fn>(reinterpret_cast<const S*>(ptr(kS1)), p[kS1].step,
-                                    reinterpret_cast<const S*>(ptr(kS2)), p[kS2].step, ptr(kMask),
-                                    p[kMask].step, reinterpret_cast<D*>(ptr(kOut)), p[kOut].step, roi, k);
-
-  KVF_REQUIRE(kvf::isLibraryStatus(st), "status %d is not one of the library's", (int)st);
-  KVF_REQUIRE(st == expect, "status %d, expected %d (w %d h %d steps %d %d %d %d)", (int)st, (int)expect,
-              roi.width, roi.height, p[0].step, p[1].step, p[2].step, p[3].step);
-  for (int i = kS1; i < kOut; ++i)
-    if (p[i].used) KVF_REQUIRE(g[i]->unchanged(), "input plane %d was written", i);
-  if (st != kvpStsOk) {
-    KVF_REQUIRE(g[kOut]->unchanged(), "a failing call wrote its output (status %d)", (int)st);
-    return;
-  }
-  KVF_REQUIRE(g[kOut]->guardsIntact(), "a write outside the output's pixels");
+  const KvpStatus st = call<Tr, Fn>(g.ptr<S>(kS1), g.step(kS1), g.ptr<S>(kS2), g.step(kS2), g.ptr(kMask),
+                                    g.step(kMask), g.ptr<D>(kOut), g.step(kOut), roi, k);
+  if (!g.settle(st, expect, kOut)) return;
+  KVF_REQUIRE(st == kvpStsOk, "status %d, expected success", (int)st);
   verify<Tr>(g, width, roi.height, k);
 }
 
@@ -285,14 +267,9 @@ const Runner kRunners[] = {
     entry<Op::AbsDiffC, Kvp16u, false, kvpiAbsDiffC_16u_C1R>,
     entry<Op::AbsDiffC, Kvp32f, false, kvpiAbsDiffC_32f_C1R>,
 };
-constexpr int kCount = sizeof kRunners / sizeof kRunners[0];
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  kvf::Reader reader(data, size);
-  const uint8_t which = reader.byte();
-  kvf::Stream in(reader);
-  kRunners[which % kCount](in);
-  return 0;
+  return kvf::dispatch(data, size, kRunners);
 }

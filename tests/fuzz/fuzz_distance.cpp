@@ -19,8 +19,10 @@
 #include <vector>
 
 #include "fuzz_support.h"
-// After fuzz_support.h, which keeps the reference loops out of the coverage.
+KVF_REF_BEGIN
 #include "../distance/distance_ref.h"
+KVF_REF_END
+// After fuzz_support.h, which keeps the reference loops out of the coverage.
 
 namespace {
 

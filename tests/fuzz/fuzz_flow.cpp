@@ -9,8 +9,10 @@
 // tests, bit for bit (a NaN matches any NaN).
 #include <vector>
 
-#include "../flow/flow_ref.h"
 #include "fuzz_planes.h"
+KVF_REF_BEGIN
+#include "../flow/flow_ref.h"
+KVF_REF_END
 
 namespace {
 

@@ -9,8 +9,10 @@
 #include <optional>
 #include <vector>
 
-#include "../foreground/foreground_ref.h"
 #include "fuzz_support.h"
+KVF_REF_BEGIN
+#include "../foreground/foreground_ref.h"
+KVF_REF_END
 
 namespace {
 

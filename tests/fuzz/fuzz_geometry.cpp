@@ -11,10 +11,13 @@
 #include <algorithm>
 #include <climits>
 #include <cstring>
+#include <iterator>
 #include <vector>
 
-#include "../geometry/geometry_ref.h"
 #include "fuzz_planes.h"
+KVF_REF_BEGIN
+#include "../geometry/geometry_ref.h"
+KVF_REF_END
 
 extern "C" {
 extern void* const kvpiSampleLine_8u_C1R_arraddr[2];
@@ -373,97 +376,52 @@ void line(kvf::Stream& s, void* const* table) {
               pts[1].y);
 }
 
+const Subpix<Kvp8u, Kvp8u> s8{kvpiCopySubpix_8u_C1R, nullptr, kvpiCopySubpixIntersect_8u_C1R, nullptr};
+const Subpix<Kvp8u, Kvp16u> s816{nullptr, kvpiCopySubpix_8u16u_C1R_Sfs, nullptr,
+                                 kvpiCopySubpixIntersect_8u16u_C1R_Sfs};
+const Subpix<Kvp8u, Kvp32f> s832{kvpiCopySubpix_8u32f_C1R, nullptr, kvpiCopySubpixIntersect_8u32f_C1R,
+                                 nullptr};
+const Subpix<Kvp16u, Kvp16u> s16{kvpiCopySubpix_16u_C1R, nullptr, kvpiCopySubpixIntersect_16u_C1R, nullptr};
+const Subpix<Kvp16u, Kvp32f> s1632{kvpiCopySubpix_16u32f_C1R, nullptr, kvpiCopySubpixIntersect_16u32f_C1R,
+                                   nullptr};
+const Subpix<Kvp32f, Kvp32f> s32{kvpiCopySubpix_32f_C1R, nullptr, kvpiCopySubpixIntersect_32f_C1R, nullptr};
+
+#define FZ_RUN(...) [](kvf::Stream& s) { __VA_ARGS__; }
+void (*const kRuns[])(kvf::Stream&) = {
+    bufferSize,
+    FZ_RUN(undistort<Kvp8u, 1>(s, kvpiUndistortRadial_8u_C1R)),
+    FZ_RUN(undistort<Kvp8u, 3>(s, kvpiUndistortRadial_8u_C3R)),
+    FZ_RUN(undistort<Kvp16u, 1>(s, kvpiUndistortRadial_16u_C1R)),
+    FZ_RUN(undistort<Kvp32f, 1>(s, kvpiUndistortRadial_32f_C1R)),
+    FZ_RUN(undistort<Kvp32f, 3>(s, kvpiUndistortRadial_32f_C3R)),
+    undistortMap,
+    FZ_RUN(copySubpix(s, s8)),
+    FZ_RUN(copySubpix(s, s816)),
+    FZ_RUN(copySubpix(s, s832)),
+    FZ_RUN(copySubpix(s, s16)),
+    FZ_RUN(copySubpix(s, s1632)),
+    FZ_RUN(copySubpix(s, s32)),
+    FZ_RUN(window(s, s8)),
+    FZ_RUN(window(s, s816)),
+    FZ_RUN(window(s, s832)),
+    FZ_RUN(window(s, s16)),
+    FZ_RUN(window(s, s1632)),
+    FZ_RUN(window(s, s32)),
+    FZ_RUN(line<Kvp8u, 1>(s, kvpiSampleLine_8u_C1R_arraddr)),
+    FZ_RUN(line<Kvp8u, 3>(s, kvpiSampleLine_8u_C3R_arraddr)),
+    FZ_RUN(line<Kvp16u, 1>(s, kvpiSampleLine_16u_C1R_arraddr)),
+    FZ_RUN(line<Kvp16u, 3>(s, kvpiSampleLine_16u_C3R_arraddr)),
+    FZ_RUN(line<Kvp32f, 1>(s, kvpiSampleLine_32f_C1R_arraddr)),
+    FZ_RUN(line<Kvp32f, 3>(s, kvpiSampleLine_32f_C3R_arraddr)),
+};
+static_assert(std::size(kRuns) == 25);
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   kvf::Reader in(data, size);
   kvf::Stream s(in);
   kvf::setThreads(s);
-  const Subpix<Kvp8u, Kvp8u> s8{kvpiCopySubpix_8u_C1R, nullptr, kvpiCopySubpixIntersect_8u_C1R, nullptr};
-  const Subpix<Kvp8u, Kvp16u> s816{nullptr, kvpiCopySubpix_8u16u_C1R_Sfs, nullptr,
-                                   kvpiCopySubpixIntersect_8u16u_C1R_Sfs};
-  const Subpix<Kvp8u, Kvp32f> s832{kvpiCopySubpix_8u32f_C1R, nullptr, kvpiCopySubpixIntersect_8u32f_C1R,
-                                   nullptr};
-  const Subpix<Kvp16u, Kvp16u> s16{kvpiCopySubpix_16u_C1R, nullptr, kvpiCopySubpixIntersect_16u_C1R, nullptr};
-  const Subpix<Kvp16u, Kvp32f> s1632{kvpiCopySubpix_16u32f_C1R, nullptr, kvpiCopySubpixIntersect_16u32f_C1R,
-                                     nullptr};
-  const Subpix<Kvp32f, Kvp32f> s32{kvpiCopySubpix_32f_C1R, nullptr, kvpiCopySubpixIntersect_32f_C1R, nullptr};
-  switch (s.byte() % 25) {
-    case 0:
-      bufferSize(s);
-      break;
-    case 1:
-      undistort<Kvp8u, 1>(s, kvpiUndistortRadial_8u_C1R);
-      break;
-    case 2:
-      undistort<Kvp8u, 3>(s, kvpiUndistortRadial_8u_C3R);
-      break;
-    case 3:
-      undistort<Kvp16u, 1>(s, kvpiUndistortRadial_16u_C1R);
-      break;
-    case 4:
-      undistort<Kvp32f, 1>(s, kvpiUndistortRadial_32f_C1R);
-      break;
-    case 5:
-      undistort<Kvp32f, 3>(s, kvpiUndistortRadial_32f_C3R);
-      break;
-    case 6:
-      undistortMap(s);
-      break;
-    case 7:
-      copySubpix(s, s8);
-      break;
-    case 8:
-      copySubpix(s, s816);
-      break;
-    case 9:
-      copySubpix(s, s832);
-      break;
-    case 10:
-      copySubpix(s, s16);
-      break;
-    case 11:
-      copySubpix(s, s1632);
-      break;
-    case 12:
-      copySubpix(s, s32);
-      break;
-    case 13:
-      window(s, s8);
-      break;
-    case 14:
-      window(s, s816);
-      break;
-    case 15:
-      window(s, s832);
-      break;
-    case 16:
-      window(s, s16);
-      break;
-    case 17:
-      window(s, s1632);
-      break;
-    case 18:
-      window(s, s32);
-      break;
-    case 19:
-      line<Kvp8u, 1>(s, kvpiSampleLine_8u_C1R_arraddr);
-      break;
-    case 20:
-      line<Kvp8u, 3>(s, kvpiSampleLine_8u_C3R_arraddr);
-      break;
-    case 21:
-      line<Kvp16u, 1>(s, kvpiSampleLine_16u_C1R_arraddr);
-      break;
-    case 22:
-      line<Kvp16u, 3>(s, kvpiSampleLine_16u_C3R_arraddr);
-      break;
-    case 23:
-      line<Kvp32f, 1>(s, kvpiSampleLine_32f_C1R_arraddr);
-      break;
-    default:
-      line<Kvp32f, 3>(s, kvpiSampleLine_32f_C3R_arraddr);
-      break;
-  }
+  kRuns[s.byte() % std::size(kRuns)](s);
   return 0;
 }

@@ -8,8 +8,10 @@
 #include <type_traits>
 #include <vector>
 
-#include "../detect/haar_ref.h"
 #include "fuzz_support.h"
+KVF_REF_BEGIN
+#include "../detect/haar_ref.h"
+KVF_REF_END
 
 namespace {
 

@@ -13,8 +13,10 @@
 #include <vector>
 
 #include "fuzz_support.h"
-// After fuzz_support.h, which keeps the reference loops out of the coverage.
+KVF_REF_BEGIN
 #include "../feature/hough_ref.h"
+KVF_REF_END
+// After fuzz_support.h, which keeps the reference loops out of the coverage.
 
 namespace {
 

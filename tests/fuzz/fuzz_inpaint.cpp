@@ -11,8 +11,10 @@
 #include <optional>
 #include <vector>
 
-#include "../inpaint/inpaint_ref.h"
 #include "fuzz_planes.h"
+KVF_REF_BEGIN
+#include "../inpaint/inpaint_ref.h"
+KVF_REF_END
 
 namespace {
 

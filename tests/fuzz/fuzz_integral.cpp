@@ -13,8 +13,10 @@
 
 #include "fuzz_support.h"
 #include "kvpcore.h"
-// After fuzz_support.h, which keeps the reference loops out of the coverage.
+KVF_REF_BEGIN
 #include "../detect/integral_ref.h"
+KVF_REF_END
+// After fuzz_support.h, which keeps the reference loops out of the coverage.
 
 namespace {
 

@@ -8,12 +8,14 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <initializer_list>
 #include <limits>
 #include <optional>
 #include <type_traits>
 
 #include "fuzz_support.h"
 
+KVF_REF_BEGIN
 namespace kvf {
 
 // The input's bytes while they last, then bytes from a small generator
@@ -209,6 +211,95 @@ inline int setThreads(Stream& s) {
   return n;
 }
 
+// A channel of interest: mostly 1..3, sometimes just outside, now and
+// then any 32-bit value.
+inline int pickCoi(Stream& in) {
+  const uint8_t how = in.byte();
+  if (how < 16) return in.raw<int32_t>();
+  if (how < 40) return (int)(how % 6) - 1;  // -1 .. 4
+  return 1 + how % 3;
+}
+
+// The planes of one call, in argument order, with the exploration every
+// target repeats: steps, offsets and null pointers from the input, the
+// status of the common checks, the layout (a trap for each plane that
+// cannot be laid out), and the checks after the call.
+template <int N>
+struct PlaneSet {
+  PlaneDesc d[N];
+  std::optional<GuardedPlane> g[N];
+  bool laidOut = false;
+
+  // Steps, offsets and nulls of the used planes (set used, elem and chans
+  // first). One call in eight passes one null pointer, of `slots` (the
+  // planes, then pointers of the caller's own), and a zero byte makes them
+  // all null. Returns which of the caller's pointers is null (-1: none).
+  int read(Stream& in, long long width, bool big, int slots = N) {
+    const uint8_t nulls = in.byte();
+    const bool one = (nulls & 7) == 0;
+    const int which = (nulls >> 3) % slots;
+    for (int i = 0; i < N; ++i) {
+      d[i].step = readStep(in, d[i].rowBytes(width > 0 ? width : 0), d[i].elem, big);
+      d[i].lead = (size_t)in.intIn(0, 31) * d[i].elem;
+      d[i].null = one && (which == i || nulls == 0);
+    }
+    return !one ? -1 : (nulls == 0 ? N : (which >= N ? which : -1));
+  }
+  KvpStatus expect(long long width, long long height, bool extraNull = false) const {
+    return commonStatus(d, N, width, height, extraNull);
+  }
+  bool fit(long long width, int height, long long maxBytes) const {
+    return planesFit(d, N, width, height, maxBytes);
+  }
+  // Lays the planes out; the caller fills the pixels when laidOut, then arms.
+  void build(long long width, int height, long long maxBytes, uint8_t seed) {
+    laidOut = buildPlanes(d, N, width, height, maxBytes, g, seed);
+  }
+  void arm() {
+    for (auto& p : g)
+      if (p) p->arm();
+  }
+  template <class T = uint8_t>
+  T* ptr(int i) const {
+    return d[i].used && !d[i].null ? g[i]->template as<T>() : nullptr;
+  }
+  uint8_t* row(int i, int y) const { return g[i]->row(y); }
+  int step(int i) const { return d[i].step; }
+  // After the call: a status of the library's; planes below firstOut (and
+  // the extra guarded blocks in ins) untouched; where the checks decide
+  // (expect not kvpStsOk) exactly that status and nothing written. Returns
+  // whether the call got past the checks; then no output was written
+  // outside its pixels.
+  bool settle(KvpStatus st, KvpStatus expect, int firstOut, std::initializer_list<GuardedPlane*> outs = {}) {
+    KVF_REQUIRE(isLibraryStatus(st), "status %d is not one of the library's", (int)st);
+    for (int i = 0; i < N; ++i)
+      if (d[i].used && i < firstOut) KVF_REQUIRE(g[i]->unchanged(), "input plane %d was written", i);
+    if (expect != kvpStsOk) {
+      KVF_REQUIRE(st == expect, "status %d, expected %d (steps %d %d, nulls %d %d)", (int)st, (int)expect,
+                  d[0].step, N > 1 ? d[N - 1].step : 0, d[0].null, N > 1 ? d[N - 1].null : 0);
+      for (int i = firstOut; i < N; ++i)
+        if (d[i].used) KVF_REQUIRE(g[i]->unchanged(), "a failing call wrote plane %d", i);
+      for (GuardedPlane* o : outs) KVF_REQUIRE(o->unchanged(), "a failing call wrote an output");
+      return false;
+    }
+    for (int i = firstOut; i < N; ++i)
+      if (d[i].used) KVF_REQUIRE(g[i]->guardsIntact(), "a write outside the pixels of plane %d", i);
+    for (GuardedPlane* o : outs) KVF_REQUIRE(o->guardsIntact(), "a write beside an output");
+    return true;
+  }
+};
+
+// The entry point of a target whose first byte picks a runner of its table
+// and whose other bytes feed a Stream.
+template <size_t K>
+int dispatch(const uint8_t* data, size_t size, void (*const (&table)[K])(Stream&)) {
+  Reader reader(data, size);
+  const uint8_t which = reader.byte();
+  Stream in(reader);
+  table[which % K](in);
+  return 0;
+}
+
 inline uint64_t bitsOf(double d) {
   uint64_t b;
   std::memcpy(&b, &d, sizeof b);
@@ -221,3 +312,4 @@ inline uint32_t bitsOf(float f) {
 }
 
 }  // namespace kvf
+KVF_REF_END

@@ -13,8 +13,9 @@
 #include <type_traits>
 
 #include "fuzz_values.h"
-// After the fuzz headers, which keep the reference loops out of the coverage.
+KVF_REF_BEGIN
 #include "../pyramid/pyramid_ref.h"
+KVF_REF_END
 
 namespace {
 

@@ -10,8 +10,10 @@
 #include <optional>
 #include <vector>
 
-#include "../pyramid/pyramid_layers_ref.h"
 #include "fuzz_planes.h"
+KVF_REF_BEGIN
+#include "../pyramid/pyramid_layers_ref.h"
+KVF_REF_END
 
 namespace {
 

@@ -6,11 +6,14 @@
 // success, leave its inputs alone, and give the bits of the plain reference
 // (stats_ref.h, shared with the unit tests); again with one thread.
 #include <cstring>
+#include <iterator>
 #include <optional>
 #include <type_traits>
 
-#include "../stats/stats_ref.h"
 #include "fuzz_planes.h"
+KVF_REF_BEGIN
+#include "../stats/stats_ref.h"
+KVF_REF_END
 
 namespace {
 
@@ -68,23 +71,16 @@ KvpStatus call(const typename Tr::Src* p, int s, const Kvp8u* m, int ms, KvpiSiz
   }
 }
 
-int pickCoi(kvf::Stream& in) {
-  const uint8_t how = in.byte();
-  if (how < 16) return in.raw<int32_t>();
-  if (how < 40) return (int)(how % 6) - 1;
-  return 1 + how % 3;
-}
-
 enum { kSrc, kMask, kPlanes };
-using Planes = std::optional<kvf::GuardedPlane>[kPlanes];
+using Planes = kvf::PlaneSet<kPlanes>;
 
 template <class T, int C, bool M>
 KVF_NO_COVERAGE void fill(kvf::Stream& in, Planes& g, int width, int height) {
   // Runs of one value now and then, so that extremes repeat.
   T last{};
   for (int y = 0; y < height; ++y) {
-    uint8_t* r = g[kSrc]->row(y);
-    uint8_t* rm = M ? g[kMask]->row(y) : nullptr;
+    uint8_t* r = g.row(kSrc, y);
+    uint8_t* rm = M ? g.row(kMask, y) : nullptr;
     for (int x = 0; x < width; ++x) {
       if (M) rm[x] = kvf::pickMask(in);
       for (int c = 0; c < C; ++c) {
@@ -105,15 +101,10 @@ void run(kvf::Stream& in) {
   const kvf::Dims dims = kvf::readDims(in, kThreadArea);
   const KvpiSize roi = dims.roi;
 
-  kvf::PlaneDesc p[kPlanes];
-  p[kSrc].used = true, p[kSrc].elem = sizeof(T), p[kSrc].chans = C;
-  p[kMask].used = M;
-  const uint8_t nulls = in.byte();
-  for (int i = 0; i < kPlanes; ++i) {
-    p[i].step = kvf::readStep(in, p[i].rowBytes(roi.width > 0 ? roi.width : 0), p[i].elem, dims.big);
-    p[i].lead = (size_t)in.intIn(0, 31) * p[i].elem;
-    p[i].null = (nulls & 7) == 0 && (nulls >> 3) % kPlanes == i;
-  }
+  Planes g;
+  g.d[kSrc] = {true, (int)sizeof(T), C};
+  g.d[kMask].used = M;
+  g.read(in, roi.width, dims.big);
   // Which outputs are given: Mean takes only the mean, Mean_StdDev the
   // first two, MinMaxIndx the last four.
   const uint8_t given = in.byte();
@@ -124,52 +115,39 @@ void run(kvf::Stream& in) {
   }
   bool anyOut = false;
   for (bool u : use) anyOut = anyOut || u;
-  const int coi = C == 3 ? pickCoi(in) : 1;
+  const int coi = C == 3 ? kvf::pickCoi(in) : 1;
 
-  KvpStatus expect = kvf::commonStatus(p, kPlanes, roi.width, roi.height, !anyOut);
+  KvpStatus expect = g.expect(roi.width, roi.height, !anyOut);
   if (expect == kvpStsOk && C == 3 && (coi < 1 || coi > 3)) expect = kvpStsBadCoi;
   const long long maxBytes = dims.big ? kMaxBigPlaneBytes : kMaxPlaneBytes;
-  if (expect == kvpStsOk && !kvf::planesFit(p, kPlanes, roi.width, roi.height, maxBytes)) return;
+  if (expect == kvpStsOk && !g.fit(roi.width, roi.height, maxBytes)) return;
 
-  Planes g;
-  const bool laidOut = kvf::buildPlanes(p, kPlanes, roi.width, roi.height, maxBytes, g, in.byte());
-  if (laidOut) fill<T, C, M>(in, g, roi.width, roi.height);
+  g.build(roi.width, roi.height, maxBytes, in.byte());
+  if (g.laidOut) fill<T, C, M>(in, g, roi.width, roi.height);
   kvf::GuardedPlane out(kOutBytes, 1, kOutBytes, (size_t)in.intIn(0, 3) * 8, in.byte());
-  for (auto& plane : g)
-    if (plane) plane->arm();
+  g.arm();
   out.arm();
 
   const size_t offs[6] = {kOffMean, kOffStd, kOffMin, kOffMax, kOffMinLoc, kOffMaxLoc};
   uint8_t* ptrs[6];
   for (int i = 0; i < 6; ++i) ptrs[i] = use[i] ? out.roi() + offs[i] : nullptr;
-  auto src = [&]() { return p[kSrc].null ? nullptr : g[kSrc]->as<T>(); };
-  auto mask = [&]() -> const Kvp8u* { return M && !p[kMask].null ? g[kMask]->roi() : nullptr; };
-  const KvpStatus st = call<Tr, Fn>(src(), p[kSrc].step, mask(), p[kMask].step, roi, coi, ptrs);
-
-  KVF_REQUIRE(kvf::isLibraryStatus(st), "status %d is not one of the library's", (int)st);
-  for (int i = 0; i < kPlanes; ++i)
-    if (p[i].used) KVF_REQUIRE(g[i]->unchanged(), "input plane %d was written", i);
-  if (expect != kvpStsOk) {
-    KVF_REQUIRE(st == expect, "status %d, expected %d (w %d h %d steps %d %d coi %d)", (int)st, (int)expect,
-                roi.width, roi.height, p[0].step, p[1].step, coi);
-    KVF_REQUIRE(out.unchanged(), "a failing call wrote an output (status %d)", (int)st);
-    return;
-  }
+  const KvpStatus st =
+      call<Tr, Fn>(g.ptr<T>(kSrc), g.step(kSrc), g.ptr(kMask), g.step(kMask), roi, coi, ptrs);
+  if (!g.settle(st, expect, kPlanes, {&out})) return;
   KVF_REQUIRE(st == kvpStsOk, "status %d, expected success", (int)st);
-  KVF_REQUIRE(out.guardsIntact(), "a write beside the outputs");
 
   // The expected output block: the armed bytes, with the reference results
   // in the given fields.
   uint8_t want[kOutBytes];
   std::memcpy(want, out.armedRow(0), kOutBytes);
-  const T* ps = g[kSrc]->as<T>();
-  const Kvp8u* pm = M ? g[kMask]->roi() : nullptr;
+  const T* ps = g.ptr<T>(kSrc);
+  const Kvp8u* pm = g.ptr(kMask);
   if (Tr::kOp != Op::MinMax) {
-    const auto r = statsref::meanStd(ps, p[kSrc].step, pm, p[kMask].step, roi.width, roi.height, C, coi - 1);
+    const auto r = statsref::meanStd(ps, g.step(kSrc), pm, g.step(kMask), roi.width, roi.height, C, coi - 1);
     if (use[0]) std::memcpy(want + kOffMean, &r.mean, 8);
     if (use[1]) std::memcpy(want + kOffStd, &r.std, 8);
   } else {
-    const auto e = statsref::extrema(ps, p[kSrc].step, pm, p[kMask].step, roi.width, roi.height, C, coi - 1);
+    const auto e = statsref::extrema(ps, g.step(kSrc), pm, g.step(kMask), roi.width, roi.height, C, coi - 1);
     if (use[2]) std::memcpy(want + kOffMin, &e.minVal, 4);
     if (use[3]) std::memcpy(want + kOffMax, &e.maxVal, 4);
     if (use[4]) std::memcpy(want + kOffMinLoc, &e.minLoc, 8);
@@ -186,7 +164,7 @@ void run(kvf::Stream& in) {
     std::memcpy(again, want, kOutBytes);
     uint8_t* ptrs1[6];
     for (int i = 0; i < 6; ++i) ptrs1[i] = use[i] ? again + offs[i] : nullptr;
-    const KvpStatus st1 = call<Tr, Fn>(src(), p[kSrc].step, mask(), p[kMask].step, roi, coi, ptrs1);
+    const KvpStatus st1 = call<Tr, Fn>(ps, g.step(kSrc), pm, g.step(kMask), roi, coi, ptrs1);
     KVF_REQUIRE(st1 == st && std::memcmp(again, want, kOutBytes) == 0, "one thread differs from %d", threads);
   }
 }
@@ -213,15 +191,10 @@ const Runner kRunners[] = {
     KVF_STATS_TYPE(16u, Kvp16u),
     KVF_STATS_TYPE(32f, Kvp32f),
 };
-constexpr int kCount = sizeof kRunners / sizeof kRunners[0];
-static_assert(kCount == 40);
+static_assert(std::size(kRunners) == 40);
 
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  kvf::Reader reader(data, size);
-  const uint8_t which = reader.byte();
-  kvf::Stream in(reader);
-  kRunners[which % kCount](in);
-  return 0;
+  return kvf::dispatch(data, size, kRunners);
 }

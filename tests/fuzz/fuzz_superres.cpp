@@ -7,8 +7,10 @@
 #include <cstring>
 #include <vector>
 
-#include "../superres/superres_ref.h"
 #include "fuzz_support.h"
+KVF_REF_BEGIN
+#include "../superres/superres_ref.h"
+KVF_REF_END
 
 namespace {
 

@@ -17,8 +17,9 @@
 #include <type_traits>
 #include <vector>
 
-#pragma clang attribute push(__attribute__((no_sanitize("coverage"))), apply_to = function)
 #include "fuzz_support.h"
+
+#pragma clang attribute push(__attribute__((no_sanitize("coverage"))), apply_to = function)
 
 namespace kvf {
 

@@ -10,8 +10,10 @@
 #include <optional>
 #include <vector>
 
-#include "../segment/segmentation_ref.h"
 #include "fuzz_planes.h"
+KVF_REF_BEGIN
+#include "../segment/segmentation_ref.h"
+KVF_REF_END
 
 namespace {
 
@@ -283,38 +285,23 @@ void runQuery(Stream& s, int threads) {
   KVF_REQUIRE(st == kvpStsOk ? out == n : out == -5, "query %d stored %d, expected %lld", k, out, n);
 }
 
+void (*const kRuns[])(Stream&, int) = {
+    runFlood<Kvp8u, false>,
+    runFlood<Kvp16u, false>,
+    runFlood<Kvp8u, true>,
+    [](Stream& s, int) { runLabel<Kvp8u>(s); },
+    [](Stream& s, int) { runLabel<Kvp16u>(s); },
+    [](Stream& s, int) { runBounds<Kvp8u>(s); },
+    [](Stream& s, int) { runBounds<Kvp16u>(s); },
+    runQuery,
+};
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   kvf::Reader in(data, size);
   Stream s(in);
   const int which = s.byte() % 8;
-  const int threads = kvf::setThreads(s);
-  switch (which) {
-    case 0:
-      runFlood<Kvp8u, false>(s, threads);
-      break;
-    case 1:
-      runFlood<Kvp16u, false>(s, threads);
-      break;
-    case 2:
-      runFlood<Kvp8u, true>(s, threads);
-      break;
-    case 3:
-      runLabel<Kvp8u>(s);
-      break;
-    case 4:
-      runLabel<Kvp16u>(s);
-      break;
-    case 5:
-      runBounds<Kvp8u>(s);
-      break;
-    case 6:
-      runBounds<Kvp16u>(s);
-      break;
-    default:
-      runQuery(s, threads);
-      break;
-  }
+  kRuns[which](s, kvf::setThreads(s));
   return 0;
 }

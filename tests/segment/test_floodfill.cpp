@@ -389,164 +389,91 @@ TEST(FloodFill, CheckOrder) {
   checkOrder<Kvp32f>();
 }
 
-// ---- targeted behaviour ---------------------------------------------------------------
+// ---- crafted images ---------------------------------------------------------------
 
-TEST(FloodFill, EarlyReturnWhenSeedHoldsNewValue) {
+// Images the random blobs rarely produce, each filled by every member of
+// its type and checked against the reference like the sweep.
+template <class T>
+struct Crafted {
+  const char* name;
+  KvpiSize size;
+  KvpiPoint seed;
+  std::function<T(int x, int y, int c, int cn)> px;
+  T nv, mn, mx;  // the same in every channel
+};
+
+template <class T>
+void checkCrafted(const std::vector<Crafted<T>>& cases) {
   kvt::Rng rng = kvt::makeRng(5);
-  for (const auto& m : members<Kvp32f>()) {
-    SCOPED_TRACE(m.name);
-    Plane<Kvp32f> img(9, 5, m.cn, rng);
-    img.fill([] { return 0.0f; });
-    img.at(4, 2, 0) = -0.0f;  // equals +0
-    const Kvp32f nv[3] = {0.0f, 0.0f, 0.0f}, d[3] = {0.5f, 0.5f, 0.5f};
-    const Outcome o = runFill(m, img, {4, 2}, nv, d, d, 1);
-    ASSERT_EQ(kvpStsOk, o.st);
-    KvpiConnectedComp untouched;
-    std::memset(&untouched, 0x5A, sizeof untouched);
-    if (m.fam == kGrad) {
-      // No early return: the whole plane is the region.
-      EXPECT_EQ(45.0, o.rec.area);
-      EXPECT_EQ(0, std::signbit(img.at(4, 2, 0)));
-    } else {
-      EXPECT_EQ(0, std::memcmp(&untouched, &o.rec, sizeof untouched));
-      EXPECT_NE(0, std::signbit(img.at(4, 2, 0))) << "the image must be left as it was";
+  for (const Crafted<T>& k : cases)
+    for (const auto& m : members<T>()) {
+      SCOPED_TRACE(std::string(k.name) + " " + m.name);
+      Plane<T> img(k.size.width, k.size.height, m.cn, rng);
+      for (int y = 0; y < k.size.height; ++y)
+        for (int x = 0; x < k.size.width; ++x)
+          for (int c = 0; c < m.cn; ++c) img.at(x, y, c) = k.px(x, y, c, m.cn);
+      const T nv[3] = {k.nv, k.nv, k.nv}, mn[3] = {k.mn, k.mn, k.mn}, mx[3] = {k.mx, k.mx, k.mx};
+      checkCall(m, img, k.seed, nv, mn, mx, 1);
     }
-  }
 }
 
-TEST(FloodFill, NaNSeedPaintsOnlyItself) {
-  kvt::Rng rng = kvt::makeRng(6);
-  const float nan = std::numeric_limits<float>::quiet_NaN();
-  for (const auto& m : members<Kvp32f>()) {
-    SCOPED_TRACE(m.name);
-    Plane<Kvp32f> img(7, 6, m.cn, rng);
-    img.fill([&] { return nan; });
-    img.at(3, 3, 1 % m.cn) = 2.0f;  // a NaN in channel 0 still (C3) or a number at the seed (C1)
-    if (m.cn == 1) img.at(3, 3, 0) = nan;
-    const Kvp32f nv[3] = {5.0f, 6.0f, 7.0f}, d[3] = {1e30f, 1e30f, 1e30f};
-    const Outcome o = runFill(m, img, {3, 3}, nv, d, d, 0);
-    ASSERT_EQ(kvpStsOk, o.st);
-    EXPECT_EQ(1.0, o.rec.area);
-    EXPECT_EQ(3, o.rec.rect.x);
-    EXPECT_EQ(3, o.rec.rect.y);
-    EXPECT_EQ(1, o.rec.rect.width);
-    EXPECT_EQ(1, o.rec.rect.height);
-    for (int y = 0; y < 6; ++y)
-      for (int x = 0; x < 7; ++x)
-        for (int c = 0; c < m.cn; ++c)
-          if (x == 3 && y == 3)
-            EXPECT_EQ(nv[c], img.at(x, y, c));
-          else
-            EXPECT_TRUE(std::isnan(img.at(x, y, c))) << x << "," << y;
-  }
-}
-
-TEST(FloodFill, NaNNeighboursNeverJoin) {
-  kvt::Rng rng = kvt::makeRng(7);
-  const float nan = std::numeric_limits<float>::quiet_NaN();
-  for (const auto& m : members<Kvp32f>()) {
-    SCOPED_TRACE(m.name);
-    Plane<Kvp32f> img(8, 5, m.cn, rng);
-    img.fill([] { return 1.0f; });
-    for (int y = 0; y < 5; ++y) img.at(4, y, m.cn - 1) = nan;  // a NaN wall
-    const Kvp32f nv[3] = {5.0f, 5.0f, 5.0f}, d[3] = {1e30f, 1e30f, 1e30f};
-    checkCall(m, img, {1, 2}, nv, d, d);
-    EXPECT_EQ(1.0f, img.at(6, 2, 0)) << "the fill crossed the NaN wall";
-  }
-}
-
-TEST(FloodFill, CornersJoinOnlyWhenEightConnected) {
-  kvt::Rng rng = kvt::makeRng(8);
-  for (const auto& m : members<Kvp16u>()) {
-    SCOPED_TRACE(m.name);
-    Plane<Kvp16u> img(4, 4, m.cn, rng);
-    img.fill([] { return (Kvp16u)1000; });
-    for (int i = 0; i < 4; ++i)
-      for (int c = 0; c < m.cn; ++c) img.at(i, i, c) = 50;  // a diagonal line of touching corners
-    const Kvp16u nv[3] = {7, 7, 7}, mn[3] = {5, 5, 5}, mx[3] = {5, 5, 5};
-    const Outcome o = runFill(m, img, {0, 0}, nv, mn, mx, 2);
-    ASSERT_EQ(kvpStsOk, o.st);
-    EXPECT_EQ(m.eight ? 4.0 : 1.0, o.rec.area);
-    EXPECT_EQ(m.eight ? 4 : 1, o.rec.rect.width);
-    EXPECT_EQ(m.eight ? 4 : 1, o.rec.rect.height);
-    EXPECT_EQ(m.eight ? 7 : 50, img.at(3, 3, 0));
-  }
-}
-
-TEST(FloodFill, OneRowFillsOnlyTheSeedRun) {
-  kvt::Rng rng = kvt::makeRng(9);
-  for (const auto& m : members<Kvp8u>()) {
-    SCOPED_TRACE(m.name);
-    Plane<Kvp8u> img(12, 1, m.cn, rng);
-    const Kvp8u row[12] = {5, 5, 9, 5, 5, 5, 5, 9, 5, 5, 5, 5};
-    for (int x = 0; x < 12; ++x)
-      for (int c = 0; c < m.cn; ++c) img.at(x, 0, c) = row[x];
-    const Kvp8u nv[3] = {200, 201, 202}, z[3] = {0, 0, 0};
-    const Outcome o = runFill(m, img, {4, 0}, nv, z, z, 5);
-    ASSERT_EQ(kvpStsOk, o.st);
-    EXPECT_EQ(4.0, o.rec.area);
-    EXPECT_EQ(3, o.rec.rect.x);
-    EXPECT_EQ(0, o.rec.rect.y);
-    EXPECT_EQ(4, o.rec.rect.width);
-    EXPECT_EQ(1, o.rec.rect.height);
-    EXPECT_EQ(5, img.at(0, 0, 0));
-    EXPECT_EQ(200, img.at(6, 0, 0));
-    EXPECT_EQ(5, img.at(8, 0, 0));
-    EXPECT_TRUE(o.guards);
-  }
-}
-
-TEST(FloodFill, FixedRangeBoundsAreClamped) {
-  kvt::Rng rng = kvt::makeRng(10);
-  // 8u: s = 3, minDelta 10 gives lo = 0; s = 250, maxDelta 10 gives hi = 255.
-  Plane<Kvp8u> a(6, 1, 1, rng);
-  const Kvp8u va[6] = {14, 0, 3, 13, 14, 2};
-  for (int i = 0; i < 6; ++i) a.at(i, 0) = va[i];
-  KvpiConnectedComp rec;
-  std::vector<Kvp8u> buf(256);
-  ASSERT_EQ(kvpStsOk, kvpiFloodFill_Range4Con_8u_C1IR(a.roi(), a.step(), a.size(), {2, 0}, 100, 10, 10, &rec,
-                                                      buf.data()));
-  EXPECT_EQ(3.0, rec.area);  // 0, 3 and 13
-  EXPECT_EQ(1, rec.rect.x);
-  EXPECT_EQ(14, a.at(4, 0));
-  EXPECT_EQ(100, a.at(1, 0));
-  Plane<Kvp8u> b(3, 1, 3, rng);
-  const Kvp8u vb[9] = {255, 255, 255, 250, 250, 250, 240, 240, 240};
-  for (int i = 0; i < 9; ++i) b.at(i / 3, 0, i % 3) = vb[i];
-  const Kvp8u nv[3] = {1, 2, 3}, mn[3] = {0, 0, 0}, mx[3] = {10, 10, 10};
-  ASSERT_EQ(kvpStsOk, kvpiFloodFill_Range8Con_8u_C3IR(b.roi(), b.step(), b.size(), {1, 0}, nv, mn, mx, &rec,
-                                                      buf.data()));
-  EXPECT_EQ(2.0, rec.area);
-  EXPECT_EQ(0, rec.rect.x);
-  EXPECT_EQ(2, rec.rect.width);
-  // 16u: the same at 65535.
-  Plane<Kvp16u> c(3, 1, 1, rng);
-  const Kvp16u vc[3] = {65535, 65530, 0};
-  for (int i = 0; i < 3; ++i) c.at(i, 0) = vc[i];
-  ASSERT_EQ(kvpStsOk, kvpiFloodFill_Range4Con_16u_C1IR(c.roi(), c.step(), c.size(), {1, 0}, 9, 0, 100, &rec,
-                                                       buf.data()));
-  EXPECT_EQ(2.0, rec.area);
-  EXPECT_EQ(0, c.at(2, 0));
-}
-
-TEST(FloodFill, FloatingRangeFollowsARamp) {
-  kvt::Rng rng = kvt::makeRng(11);
-  for (const auto& m : members<Kvp8u>()) {
-    if (m.fam == kExact) continue;
-    SCOPED_TRACE(m.name);
-    Plane<Kvp8u> img(200, 3, m.cn, rng);
-    for (int y = 0; y < 3; ++y)
-      for (int x = 0; x < 200; ++x)
-        for (int c = 0; c < m.cn; ++c) img.at(x, y, c) = (Kvp8u)(x + y);
-    const Kvp8u nv[3] = {255, 255, 255}, d[3] = {1, 1, 1};
-    const Outcome o = runFill(m, img, {100, 1}, nv, d, d, 4);
-    ASSERT_EQ(kvpStsOk, o.st);
-    if (m.fam == kGrad) {
-      EXPECT_EQ(600.0, o.rec.area) << "neighbours differ by at most 1 everywhere";
-    } else {
-      EXPECT_LT(o.rec.area, 12.0) << "the fixed range stays near the seed value";
-    }
-  }
+TEST(FloodFill, CraftedImages) {
+  const float nan = std::numeric_limits<float>::quiet_NaN(), big = 1e30f;
+  checkCrafted<Kvp32f>({
+      // -0 at the seed equals the new value +0: the early return (the
+      // gradient fills have none).
+      {"signed zero seed",
+       {9, 5},
+       {4, 2},
+       [](int x, int y, int, int) { return x == 4 && y == 2 ? -0.f : 0.f; },
+       0.f,
+       0.5f,
+       0.5f},
+      // A NaN seed paints only itself; NaN neighbours never join.
+      {"NaN seed",
+       {7, 6},
+       {3, 3},
+       [=](int x, int y, int c, int) { return x == 3 && y == 3 && c == 1 ? 2.f : nan; },
+       5.f,
+       big,
+       big},
+      {"NaN wall",
+       {8, 5},
+       {1, 2},
+       [=](int x, int, int c, int cn) { return x == 4 && c == cn - 1 ? nan : 1.f; },
+       5.f,
+       big,
+       big},
+  });
+  checkCrafted<Kvp16u>({
+      // A diagonal of touching corners joins only with eight neighbours.
+      {"diagonal",
+       {4, 4},
+       {0, 0},
+       [](int x, int y, int, int) { return (Kvp16u)(x == y ? 50 : 1000); },
+       7,
+       5,
+       5},
+      // The fixed-range bounds clamp at 0 and 65535.
+      {"clamp 16u",
+       {3, 1},
+       {1, 0},
+       [](int x, int, int, int) { return (Kvp16u)(x == 0   ? 65535
+                                                  : x == 1 ? 65530
+                                                           : 0); },
+       9,
+       0,
+       100},
+  });
+  const Kvp8u row[12] = {5, 5, 9, 5, 5, 5, 5, 9, 5, 5, 5, 5}, clampLo[6] = {14, 0, 3, 13, 14, 2},
+              clampHi[3] = {255, 250, 240};
+  checkCrafted<Kvp8u>({
+      {"one row", {12, 1}, {4, 0}, [&](int x, int, int, int) { return row[x]; }, 200, 0, 0},
+      {"clamp at 0", {6, 1}, {2, 0}, [&](int x, int, int, int) { return clampLo[x]; }, 100, 10, 10},
+      {"clamp at 255", {3, 1}, {1, 0}, [&](int x, int, int, int) { return clampHi[x]; }, 1, 0, 10},
+      // The floating range follows a ramp of unit steps, the fixed one not.
+      {"ramp", {200, 3}, {100, 1}, [](int x, int y, int, int) { return (Kvp8u)(x + y); }, 255, 1, 1},
+  });
 }
 
 // Every binary pattern of small images from every seed: the only images on
