@@ -125,31 +125,39 @@ struct Scene {
   }
 };
 
+// One Apply call of a form on raw tables (the state of its weight type).
+KvpStatus applyRaw(const Form& fm, const void* src, int ss, const void* tl, int ts, const void* nrm, int ns,
+                   Kvp8u* m, int ms, KvpiSize roi, int* pos, float thrF, int32_t thrS,
+                   KvpiHaarClassifier_32f* f, KvpiHaarClassifier_32s* s, int sf) {
+  auto* s32 = static_cast<const Kvp32s*>(src);
+  auto* t32 = static_cast<const Kvp32s*>(tl);
+  switch (fm.member) {
+    case Member::F32:
+      return fm.mixed ? kvpiApplyMixedHaarClassifier_32f_C1R((const Kvp32f*)src, ss, (const Kvp32f*)tl, ts,
+                                                             (const Kvp32f*)nrm, ns, m, ms, roi, pos, thrF, f)
+                      : kvpiApplyHaarClassifier_32f_C1R((const Kvp32f*)src, ss, (const Kvp32f*)nrm, ns, m, ms,
+                                                        roi, pos, thrF, f);
+    case Member::S32F32:
+      return fm.mixed ? kvpiApplyMixedHaarClassifier_32s32f_C1R(s32, ss, t32, ts, (const Kvp32f*)nrm, ns, m,
+                                                                ms, roi, pos, thrF, f)
+                      : kvpiApplyHaarClassifier_32s32f_C1R(s32, ss, (const Kvp32f*)nrm, ns, m, ms, roi, pos,
+                                                           thrF, f);
+    default:
+      return fm.mixed ? kvpiApplyMixedHaarClassifier_32s_C1RSfs(s32, ss, t32, ts, (const Kvp32s*)nrm, ns, m,
+                                                                ms, roi, pos, thrS, s, sf)
+                      : kvpiApplyHaarClassifier_32s_C1RSfs(s32, ss, (const Kvp32s*)nrm, ns, m, ms, roi, pos,
+                                                           thrS, s, sf);
+  }
+}
+
 // One Apply call of a form on a scene (mask given separately).
 KvpStatus callForm(const Form& fm, Scene& sc, Plane<Kvp8u>& mask, int* pos, const State& state, float thrF,
                    int32_t thrS, int sf) {
-  switch (fm.member) {
-    case Member::F32:
-      return fm.mixed ? kvpiApplyMixedHaarClassifier_32f_C1R(
-                            sc.f.roi(), sc.f.step(), sc.ft.roi(), sc.ft.step(), sc.nf.roi(), sc.nf.step(),
-                            mask.roi(), mask.step(), sc.roi, pos, thrF, state.f)
-                      : kvpiApplyHaarClassifier_32f_C1R(sc.f.roi(), sc.f.step(), sc.nf.roi(), sc.nf.step(),
-                                                        mask.roi(), mask.step(), sc.roi, pos, thrF, state.f);
-    case Member::S32F32:
-      return fm.mixed
-                 ? kvpiApplyMixedHaarClassifier_32s32f_C1R(sc.s.roi(), sc.s.step(), sc.st.roi(), sc.st.step(),
-                                                           sc.nf.roi(), sc.nf.step(), mask.roi(), mask.step(),
-                                                           sc.roi, pos, thrF, state.f)
-                 : kvpiApplyHaarClassifier_32s32f_C1R(sc.s.roi(), sc.s.step(), sc.nf.roi(), sc.nf.step(),
-                                                      mask.roi(), mask.step(), sc.roi, pos, thrF, state.f);
-    default:
-      return fm.mixed ? kvpiApplyMixedHaarClassifier_32s_C1RSfs(
-                            sc.s.roi(), sc.s.step(), sc.st.roi(), sc.st.step(), sc.ns.roi(), sc.ns.step(),
-                            mask.roi(), mask.step(), sc.roi, pos, thrS, state.s, sf)
-                      : kvpiApplyHaarClassifier_32s_C1RSfs(sc.s.roi(), sc.s.step(), sc.ns.roi(), sc.ns.step(),
-                                                           mask.roi(), mask.step(), sc.roi, pos, thrS,
-                                                           state.s, sf);
-  }
+  const bool f = fm.member == Member::F32, s = fm.member == Member::S32;
+  return applyRaw(fm, f ? (const void*)sc.f.roi() : sc.s.roi(), f ? sc.f.step() : sc.s.step(),
+                  f ? (const void*)sc.ft.roi() : sc.st.roi(), f ? sc.ft.step() : sc.st.step(),
+                  s ? (const void*)sc.ns.roi() : sc.nf.roi(), s ? sc.ns.step() : sc.nf.step(), mask.roi(),
+                  mask.step(), sc.roi, pos, thrF, thrS, state.f, state.s, sf);
 }
 
 // The reference on the same scene.
@@ -521,34 +529,9 @@ TEST(Haar, ApplyStatusesWriteNothing) {
       int positive = -77;
       int* pos = c.nullArg == 5 ? nullptr : &positive;
       const bool noState = c.nullArg == 6;
-      KvpStatus got;
-      const float thr = 1e30f;
-      switch (fm.member) {
-        case Member::F32:
-          got = fm.mixed ? kvpiApplyMixedHaarClassifier_32f_C1R(
-                               (const Kvp32f*)src, srcStep, (const Kvp32f*)tl, tiltStep, (const Kvp32f*)nrm,
-                               normStep, m, c.maskStep, c.roi, pos, thr, noState ? nullptr : stf.f)
-                         : kvpiApplyHaarClassifier_32f_C1R((const Kvp32f*)src, srcStep, (const Kvp32f*)nrm,
-                                                           normStep, m, c.maskStep, c.roi, pos, thr,
-                                                           noState ? nullptr : stf.f);
-          break;
-        case Member::S32F32:
-          got = fm.mixed ? kvpiApplyMixedHaarClassifier_32s32f_C1R(
-                               (const Kvp32s*)src, srcStep, (const Kvp32s*)tl, tiltStep, (const Kvp32f*)nrm,
-                               normStep, m, c.maskStep, c.roi, pos, thr, noState ? nullptr : stf.f)
-                         : kvpiApplyHaarClassifier_32s32f_C1R((const Kvp32s*)src, srcStep, (const Kvp32f*)nrm,
-                                                              normStep, m, c.maskStep, c.roi, pos, thr,
-                                                              noState ? nullptr : stf.f);
-          break;
-        default:
-          got = fm.mixed
-                    ? kvpiApplyMixedHaarClassifier_32s_C1RSfs(
-                          (const Kvp32s*)src, srcStep, (const Kvp32s*)tl, tiltStep, (const Kvp32s*)nrm,
-                          normStep, m, c.maskStep, c.roi, pos, INT32_MAX, noState ? nullptr : sts.s, c.sf)
-                    : kvpiApplyHaarClassifier_32s_C1RSfs((const Kvp32s*)src, srcStep, (const Kvp32s*)nrm,
-                                                         normStep, m, c.maskStep, c.roi, pos, INT32_MAX,
-                                                         noState ? nullptr : sts.s, c.sf);
-      }
+      const KvpStatus got =
+          applyRaw(fm, src, srcStep, tl, tiltStep, nrm, normStep, m, c.maskStep, c.roi, pos, 1e30f, INT32_MAX,
+                   noState ? nullptr : stf.f, noState ? nullptr : sts.s, c.sf);
       EXPECT_EQ(want, got);
       if (want != kvpStsOk) {
         EXPECT_EQ(maskBefore, mask);

@@ -389,16 +389,7 @@ void runTrue(kvf::Reader& in) {
   const KvpStatus st = kvpiTrueDistanceTransform_8u32f_C1R(srcNull ? nullptr : src.roi(), srcStep,
                                                            dstNull ? nullptr : dst.as<Kvp32f>(), dstStep, roi,
                                                            bufNull ? nullptr : buf.roi());
-  KVF_REQUIRE(kvf::isLibraryStatus(st), "status %d is not one of the library's", (int)st);
-  KVF_REQUIRE(st == expect, "status %d, expected %d (w %d h %d steps %d %d)", (int)st, (int)expect, roi.width,
-              roi.height, srcStep, dstStep);
-  KVF_REQUIRE(src.unchanged(), "the source was written");
-  if (st != kvpStsOk) {
-    KVF_REQUIRE(dst.unchanged() && buf.unchanged(), "a failing call wrote (status %d)", (int)st);
-    return;
-  }
-  KVF_REQUIRE(dst.guardsIntact(), "a write outside the destination's pixels");
-  KVF_REQUIRE(buf.guardsIntact(), "a write outside the work buffer");
+  if (!kvf::settled(st, expect, {&src}, {&dst, &buf})) return;
 
   const int W = (int)w, H = (int)h;
   std::vector<uint8_t> packed((size_t)W * H);

@@ -355,19 +355,7 @@ void runRow(kvf::Reader& in) {
   };
   const KvpStatus st = call();
 
-  KVF_REQUIRE(kvf::isLibraryStatus(st), "status %d is not one of the library's", (int)st);
-  KVF_REQUIRE(st == expect,
-              "status %d, expected %d (w %d h %d k %d anchor %d type %d step %d divisor %d nulls %u)",
-              (int)st, (int)expect, roi.width, roi.height, k, anchor, type, srcStep, divisor, nulls);
-  KVF_REQUIRE(src.unchanged() && taps.unchanged() && values.unchanged() && rows.unchanged(),
-              "an input was written");
-  if (st != kvpStsOk) {
-    KVF_REQUIRE(dst.unchanged(), "a failing call wrote a destination row (status %d)", (int)st);
-    KVF_REQUIRE(buffer.unchanged(), "a failing call wrote the buffer (status %d)", (int)st);
-    return;
-  }
-  KVF_REQUIRE(dst.guardsIntact(), "a write outside the destination rows");
-  KVF_REQUIRE(buffer.guardsIntact(), "a write outside the buffer");
+  if (!kvf::settled(st, expect, {&src, &taps, &values, &rows}, {&dst, &buffer})) return;
 
   checkRowResult<P>(src, dst, rowOf, taps.as<T>(), values.as<S>(), roi, k, anchor, type, divisor);
 
@@ -511,17 +499,7 @@ void runColumn(kvf::Reader& in) {
   };
   const KvpStatus st = call();
 
-  KVF_REQUIRE(kvf::isLibraryStatus(st), "status %d is not one of the library's", (int)st);
-  KVF_REQUIRE(st == expect, "status %d, expected %d (w %d h %d k %d step %d divisor %d nulls %u)", (int)st,
-              (int)expect, roi.width, roi.height, k, dstStep, divisor, nulls);
-  KVF_REQUIRE(src.unchanged() && taps.unchanged() && rows.unchanged(), "an input was written");
-  if (st != kvpStsOk) {
-    KVF_REQUIRE(dst.unchanged(), "a failing call wrote the destination (status %d)", (int)st);
-    KVF_REQUIRE(buffer.unchanged(), "a failing call wrote the buffer (status %d)", (int)st);
-    return;
-  }
-  KVF_REQUIRE(dst.guardsIntact(), "a write outside the destination");
-  KVF_REQUIRE(buffer.guardsIntact(), "a write outside the buffer");
+  if (!kvf::settled(st, expect, {&src, &taps, &rows}, {&dst, &buffer})) return;
 
   checkColumnResult<P>(src, dst, rowOf, taps.as<T>(), roi, k, divisor);
 

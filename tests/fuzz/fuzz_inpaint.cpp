@@ -80,15 +80,7 @@ void runMarch(Stream& s) {
   const KvpStatus st = kvpiFastMarching_8u32f_C1R(d[0].null ? nullptr : p[0]->roi(), d[0].step,
                                                   d[1].null ? nullptr : p[1]->as<Kvp32f>(), d[1].step, roi,
                                                   radius, bufNull ? nullptr : buf->roi());
-  KVF_REQUIRE(st == expect, "march: status %d, expected %d (%dx%d radius %g)", (int)st, (int)expect, w,
-              roi.height, radius);
-  KVF_REQUIRE(p[0]->unchanged(), "the mask was written");
-  KVF_REQUIRE(buf->guardsIntact(), "a write past the reported buffer");
-  if (st != kvpStsOk) {
-    KVF_REQUIRE(p[1]->unchanged() && buf->unchanged(), "a failing call wrote");
-    return;
-  }
-  KVF_REQUIRE(p[1]->guardsIntact(), "a write outside the map");
+  if (!kvf::settled(st, expect, {&*p[0]}, {&*p[1], &*buf})) return;
   const auto ref = inpref::march(packedOf<uint8_t>(*p[0], w, h, 1), w, h, radius);
   const auto got = packedOf<float>(*p[1], w, h, 1);
   KVF_REQUIRE(std::memcmp(got.data(), ref.data(), ref.size() * 4) == 0,

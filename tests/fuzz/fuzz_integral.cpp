@@ -158,16 +158,7 @@ void runBuilder(kvf::Reader& in) {
   else
     st = Fn(pSrc, srcStep, pDst, dstStep, roi, val);
 
-  KVF_REQUIRE(kvf::isLibraryStatus(st), "status %d is not one of the library's", (int)st);
-  KVF_REQUIRE(st == expect, "status %d, expected %d (w %d h %d steps %d %d %d)", (int)st, (int)expect,
-              roi.width, roi.height, srcStep, dstStep, sqrStep);
-  KVF_REQUIRE(src.unchanged(), "the source was written");
-  if (st != kvpStsOk) {
-    KVF_REQUIRE(dst.unchanged() && sqr.unchanged(), "a failing call wrote a table (status %d)", (int)st);
-    return;
-  }
-  KVF_REQUIRE(dst.guardsIntact(), "a write outside the sum table");
-  if (kSqr) KVF_REQUIRE(sqr.guardsIntact(), "a write outside the squared table");
+  if (!kvf::settled(st, expect, {&src}, {&dst, &sqr})) return;
   auto px = [&](int x, int y) KVF_NO_COVERAGE { return src.armedRow(y)[x]; };
   requireTable(dst, ir::table<TS>(Tilted, (int)w, (int)h, val, false, px), (int)cols, (int)rows, "sum");
   if constexpr (kSqr)
@@ -321,15 +312,7 @@ void runStdDev(kvf::Reader& in) {
   };
   const KvpStatus st = call();
 
-  KVF_REQUIRE(kvf::isLibraryStatus(st), "status %d is not one of the library's", (int)st);
-  KVF_REQUIRE(st == expect, "status %d, expected %d (roi %dx%d rect %d %d %d %d steps %d %d %d)", (int)st,
-              (int)expect, roi.width, roi.height, r.x, r.y, r.width, r.height, srcStep, sqrStep, dstStep);
-  KVF_REQUIRE(src.unchanged() && sqr.unchanged(), "a table was written");
-  if (st != kvpStsOk) {
-    KVF_REQUIRE(dst.unchanged(), "a failing call wrote the output (status %d)", (int)st);
-    return;
-  }
-  KVF_REQUIRE(dst.guardsIntact(), "a write outside the output");
+  if (!kvf::settled(st, expect, {&src, &sqr}, {&dst})) return;
 
   auto check = [&](const char* when) KVF_NO_COVERAGE {
     auto sAt = [&](long long y, long long x) { return readAt<TS>(src.row((int)y), x - L.c0); };

@@ -136,17 +136,7 @@ void runLevel(kvf::Reader& in) {
               dstStep, roi, (nulls & kNullBuffer) ? nullptr : buffer.roi());
   };
   const KvpStatus st = call();
-  KVF_REQUIRE(kvf::isLibraryStatus(st), "status %d is not one of the library's", (int)st);
-  KVF_REQUIRE(st == expect, "status %d, expected %d (w %d h %d steps %d %d nulls %u)", (int)st, (int)expect,
-              roi.width, roi.height, srcStep, dstStep, nulls);
-  KVF_REQUIRE(src.unchanged(), "the source was written");
-  if (st != kvpStsOk) {
-    KVF_REQUIRE(dst.unchanged(), "a failing call wrote the destination (status %d)", (int)st);
-    KVF_REQUIRE(buffer.unchanged(), "a failing call wrote the buffer (status %d)", (int)st);
-    return;
-  }
-  KVF_REQUIRE(dst.guardsIntact(), "a write outside the destination");
-  KVF_REQUIRE(buffer.guardsIntact(), "a write outside the buffer");
+  if (!kvf::settled(st, expect, {&src}, {&dst, &buffer})) return;
   checkLevel<T, CH, Down>(src, dst, roi, out);
 
   // The buffer keeps nothing between calls.

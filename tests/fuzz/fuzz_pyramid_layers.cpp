@@ -335,32 +335,17 @@ void bufSizes(kvf::Stream& s) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   kvf::Reader in(data, size);
   kvf::Stream s(in);
-  switch (s.byte() % 8) {
-    case 0:
-      sizes(s);
-      break;
-    case 1:
-      bufSizes(s);
-      break;
-    case 2:
-      layer<Kvp8u>(s, false);
-      break;
-    case 3:
-      layer<Kvp8u>(s, true);
-      break;
-    case 4:
-      layer<Kvp16u>(s, false);
-      break;
-    case 5:
-      layer<Kvp16u>(s, true);
-      break;
-    case 6:
-      layer<Kvp32f>(s, false);
-      break;
-    default:
-      layer<Kvp32f>(s, true);
-      break;
-  }
+  void (*const runs[])(kvf::Stream&) = {
+      sizes,
+      bufSizes,
+      [](kvf::Stream& t) { layer<Kvp8u>(t, false); },
+      [](kvf::Stream& t) { layer<Kvp8u>(t, true); },
+      [](kvf::Stream& t) { layer<Kvp16u>(t, false); },
+      [](kvf::Stream& t) { layer<Kvp16u>(t, true); },
+      [](kvf::Stream& t) { layer<Kvp32f>(t, false); },
+      [](kvf::Stream& t) { layer<Kvp32f>(t, true); },
+  };
+  runs[s.byte() % 8](s);
   kvpSetNumThreads(1);
   return 0;
 }

@@ -29,6 +29,7 @@
 #include <cstring>
 #include <deque>
 #include <functional>
+#include <initializer_list>
 #include <limits>
 #include <map>
 #include <set>
@@ -289,6 +290,20 @@ class GuardedPlane {
   size_t step_ = 0, lead_ = 0;
   std::vector<uint8_t> snapshot_;
 };
+
+// After a call whose status the arguments decide: exactly that status; the
+// inputs untouched; on failure the outputs untouched, on success nothing
+// written outside their pixels. Returns whether the call succeeded.
+inline bool settled(KvpStatus st, KvpStatus expect, std::initializer_list<GuardedPlane*> ins,
+                    std::initializer_list<GuardedPlane*> outs) {
+  KVF_REQUIRE(isLibraryStatus(st), "status %d is not one of the library's", (int)st);
+  KVF_REQUIRE(st == expect, "status %d, expected %d", (int)st, (int)expect);
+  for (GuardedPlane* p : ins) KVF_REQUIRE(p->unchanged(), "an input was written");
+  for (GuardedPlane* p : outs)
+    KVF_REQUIRE(st == kvpStsOk ? p->guardsIntact() : p->unchanged(), "%s",
+                st == kvpStsOk ? "a write outside an output's pixels" : "a failing call wrote an output");
+  return st == kvpStsOk;
+}
 
 }  // namespace kvf
 KVF_REF_END
