@@ -22,7 +22,6 @@
 KVF_REF_BEGIN
 #include "../distance/distance_ref.h"
 KVF_REF_END
-// After fuzz_support.h, which keeps the reference loops out of the coverage.
 
 namespace {
 

@@ -26,7 +26,6 @@
 KVF_REF_BEGIN
 #include "../segment/floodfill_ref.h"
 KVF_REF_END
-// After fuzz_support.h, which keeps the reference loops out of the coverage.
 
 namespace {
 

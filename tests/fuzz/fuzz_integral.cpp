@@ -16,7 +16,6 @@
 KVF_REF_BEGIN
 #include "../detect/integral_ref.h"
 KVF_REF_END
-// After fuzz_support.h, which keeps the reference loops out of the coverage.
 
 namespace {
 

@@ -10,7 +10,6 @@
 KVF_REF_BEGIN
 #include "../motion/motion_ref.h"
 KVF_REF_END
-// After fuzz_support.h, which keeps the reference loops out of the coverage.
 
 namespace {
 
