@@ -15,7 +15,10 @@
 // bytes eight at a time, and evaluates each candidate window classifier by
 // classifier in order. Float members: products and sums in single precision
 // in rectangle order, votes summed in double precision in classifier order.
-// The integer member: exact 64-bit sums. A window's result depends only on
+// The integer member: exact 64-bit sums. Float members evaluate runs of
+// candidates a vector of windows at a time, neighbouring windows or, where
+// the candidates lie on an even grid (a detector's scan), every other
+// window, with the scalar path's operations per lane. A window's result depends only on
 // its own reads, so row bands give the same mask and count at any thread
 // count.
 #include <algorithm>
@@ -318,17 +321,32 @@ struct Call {
 #if KVP_HAVE_HWY
   // Lanes(DF) neighbouring windows at once (float members, prepared
   // rectangles): each lane performs the scalar path's operations in the
-  // same order, so the decisions agree bit for bit. Bit l of the result is
-  // whether window l passes.
+  // same order, so the decisions agree bit for bit. Lane l is the window
+  // Stride * l to the right of the anchor (Stride 2: the windows of an even
+  // grid, every other element of twice the loads). Bit l of the result is
+  // whether lane l's window passes.
+  template <int Stride>
+  static HWY_INLINE hn::Vec<DF> loadF(const Kvp32f* p) {
+    const DF df;
+    if constexpr (Stride == 1) return hn::LoadU(df, p);
+    return hn::ConcatEven(df, hn::LoadU(df, p + hn::Lanes(df)), hn::LoadU(df, p));
+  }
+  template <int Stride>
+  static HWY_INLINE hn::Vec<hn::RebindToSigned<DF>> loadI(const Kvp32s* p) {
+    const hn::RebindToSigned<DF> di;
+    if constexpr (Stride == 1) return hn::LoadU(di, p);
+    return hn::ConcatEven(di, hn::LoadU(di, p + hn::Lanes(di)), hn::LoadU(di, p));
+  }
+
+  template <int Stride>
   unsigned passesVec(long long a0, long long a1, const N* norms) const {
     const DF df;
-    const hn::RebindToSigned<DF> di;
     const hn::Half<DF> dh;
     const hn::Rebind<double, decltype(dh)> dd;
     using VD = hn::Vec<decltype(dd)>;
     using MD = hn::Mask<decltype(dd)>;
     const T* base[2] = {tables[0] + a0, tables[1] + a1};
-    const auto vnorm = hn::LoadU(df, norms);
+    const auto vnorm = loadF<Stride>(norms);
     VD accLo = hn::Zero(dd), accHi = hn::Zero(dd);
     const double thr = (double)threshold, m = s->margin;
     const VD rejectAt = hn::Set(dd, thr - m), acceptAt = hn::Set(dd, thr + m);
@@ -342,14 +360,14 @@ struct Call {
         const T* a = base[op.table];
         hn::Vec<DF> sum;
         if constexpr (std::is_same_v<T, Kvp32f>) {
-          sum = hn::Add(hn::Sub(hn::Sub(hn::LoadU(df, a + op.o[0]), hn::LoadU(df, a + op.o[1])),
-                                hn::LoadU(df, a + op.o[2])),
-                        hn::LoadU(df, a + op.o[3]));
+          sum = hn::Add(hn::Sub(hn::Sub(loadF<Stride>(a + op.o[0]), loadF<Stride>(a + op.o[1])),
+                                loadF<Stride>(a + op.o[2])),
+                        loadF<Stride>(a + op.o[3]));
         } else {
           sum = hn::ConvertTo(df,
-                              hn::Add(hn::Sub(hn::Sub(hn::LoadU(di, a + op.o[0]), hn::LoadU(di, a + op.o[1])),
-                                              hn::LoadU(di, a + op.o[2])),
-                                      hn::LoadU(di, a + op.o[3])));
+                              hn::Add(hn::Sub(hn::Sub(loadI<Stride>(a + op.o[0]), loadI<Stride>(a + op.o[1])),
+                                              loadI<Stride>(a + op.o[2])),
+                                      loadI<Stride>(a + op.o[3])));
         }
         const hn::Vec<DF> term = hn::Mul(hn::Set(df, op.weight), sum);
         F = k == k0 ? term : hn::Add(F, term);
@@ -410,11 +428,32 @@ struct Call {
           // Runs with two or more candidates among the next Lanes windows
           // take the vector path; isolated candidates the scalar one.
           const int lanes = (int)hn::Lanes(DF());
+          // Candidates only on the even grid (as a detector's scan leaves
+          // them) over the next 2 * Lanes windows: one vector of those.
+          if (lanes >= 4 && lanes <= 16 && j + 2 * lanes <= width) {
+            int even = 0, odd = 0;
+            for (int l = 0; l < 2 * lanes; l += 2) {
+              even += m[j + l] != 0;
+              odd |= m[j + l + 1];
+            }
+            if (!odd && even >= 2) {
+              const unsigned pass = passesVec<2>(r0 + j, r1 + j, nrow + j);
+              for (int l = 0; l < lanes; ++l)
+                if (m[j + 2 * l]) {
+                  if (pass >> l & 1)
+                    ++count;
+                  else
+                    m[j + 2 * l] = 0;
+                }
+              j += 2 * lanes;
+              continue;
+            }
+          }
           if (lanes >= 4 && lanes <= 16 && j + lanes <= width) {
             int candidates = 0;
             for (int l = 0; l < lanes; ++l) candidates += m[j + l] != 0;
             if (candidates >= 2) {
-              const unsigned pass = passesVec(r0 + j, r1 + j, nrow + j);
+              const unsigned pass = passesVec<1>(r0 + j, r1 + j, nrow + j);
               for (int l = 0; l < lanes; ++l)
                 if (m[j + l]) {
                   if (pass >> l & 1)
