@@ -18,9 +18,20 @@
 // The integer member: exact 64-bit sums. Float members evaluate runs of
 // candidates a vector of windows at a time, neighbouring windows or, where
 // the candidates lie on an even grid (a detector's scan), every other
-// window, with the scalar path's operations per lane. A window's result depends only on
-// its own reads, so row bands give the same mask and count at any thread
-// count.
+// window, with the scalar path's operations per lane; the band kernels are
+// compiled per vector target and the widest one is chosen at run time. A
+// window's result depends only on its own reads, so row bands give the
+// same mask and count at any thread count and on every target.
+#if KVP_HAVE_HWY
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "detect/haar.cpp"
+#include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <hwy/highway.h>
+#endif
+#include "frame/simd.h"
+
+#ifndef KVP_DETECT_HAAR_COMMON_
+#define KVP_DETECT_HAAR_COMMON_
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -29,8 +40,8 @@
 #include "frame/bodies.h"
 #include "frame/checks.h"
 #include "frame/parallel.h"
-#include "frame/simd.h"
 #include "frame/state.h"
+#include "frame/targets.h"
 
 namespace kvp::haar {
 namespace {
@@ -242,8 +253,10 @@ struct RectOp {
 
 constexpr int kStackRects = 1024;
 
+// What one Apply call evaluates with: the stage, the tables, the prepared
+// rectangles and the call's scalars.
 template <Member M>
-struct Call {
+struct CallData {
   using T = typename Types<M>::T;
   using W = typename Types<M>::W;
   using N = typename Types<M>::N;
@@ -255,6 +268,40 @@ struct Call {
   W threshold;
   int sf;
   bool early;  // decisions may be taken before the last classifier
+};
+
+}  // namespace
+}  // namespace kvp::haar
+#endif  // KVP_DETECT_HAAR_COMMON_
+
+// ---- band kernels, one copy per target --------------------------------------------
+
+#if KVP_HAVE_HWY
+HWY_BEFORE_NAMESPACE();
+namespace kvp::haar::HWY_NAMESPACE {
+#else
+namespace kvp::haar::plain {
+#endif
+namespace {
+#if KVP_HAVE_HWY
+using namespace kvp::HWY_NAMESPACE;
+#endif
+
+template <Member M>
+struct Call : CallData<M> {
+  using Base = CallData<M>;
+  using T = typename Base::T;
+  using W = typename Base::W;
+  using N = typename Base::N;
+  using Base::early;
+  using Base::mixed;
+  using Base::ops;
+  using Base::s;
+  using Base::sf;
+  using Base::steps;
+  using Base::tables;
+  using Base::threshold;
+  explicit Call(const CallData<M>& d) : Base(d) {}
 
   // Weak classifier i's sum F at a window (Fast: the prepared rectangles).
   template <bool Fast>
@@ -480,6 +527,58 @@ struct Call {
   }
 };
 
+// One band of window rows of a call; returns the survivors it counted.
+template <Member M>
+long long bandOf(const CallData<M>& d, const typename Types<M>::N* pNorm, int normStep, Kvp8u* pMask,
+                 int maskStep, int width, int y0, int rows) {
+  const Call<M> c(d);
+  return d.ops ? c.template band<true>(pNorm, normStep, pMask, maskStep, width, y0, rows)
+               : c.template band<false>(pNorm, normStep, pMask, maskStep, width, y0, rows);
+}
+long long bandFloat(const CallData<kFloat>& d, const Kvp32f* pNorm, int normStep, Kvp8u* pMask, int maskStep,
+                    int width, int y0, int rows) {
+  return bandOf<kFloat>(d, pNorm, normStep, pMask, maskStep, width, y0, rows);
+}
+long long bandIntFloat(const CallData<kIntFloat>& d, const Kvp32f* pNorm, int normStep, Kvp8u* pMask,
+                       int maskStep, int width, int y0, int rows) {
+  return bandOf<kIntFloat>(d, pNorm, normStep, pMask, maskStep, width, y0, rows);
+}
+long long bandInt(const CallData<kInt>& d, const Kvp32s* pNorm, int normStep, Kvp8u* pMask, int maskStep,
+                  int width, int y0, int rows) {
+  return bandOf<kInt>(d, pNorm, normStep, pMask, maskStep, width, y0, rows);
+}
+
+}  // namespace
+}  // namespace kvp::haar::HWY_NAMESPACE (or plain)
+#if KVP_HAVE_HWY
+HWY_AFTER_NAMESPACE();
+#endif
+
+// ---- drivers and bodies, compiled once ------------------------------------------
+
+#if !KVP_HAVE_HWY || HWY_ONCE
+namespace kvp::haar {
+#if KVP_HAVE_HWY
+HWY_EXPORT(bandFloat);
+HWY_EXPORT(bandIntFloat);
+HWY_EXPORT(bandInt);
+#define KVP_HAAR_BAND(fn) KVP_TARGET_KERNEL(fn)
+#else
+#define KVP_HAAR_BAND(fn) (&plain::fn)
+#endif
+namespace {
+
+// The chosen target's band kernel of a member, taken once per call.
+template <Member M>
+auto bandKernel() {
+  if constexpr (M == kFloat)
+    return KVP_HAAR_BAND(bandFloat);
+  else if constexpr (M == kIntFloat)
+    return KVP_HAAR_BAND(bandIntFloat);
+  else
+    return KVP_HAAR_BAND(bandInt);
+}
+
 template <Member M>
 KvpStatus apply(const typename Types<M>::T* pSrc, int srcStep, const typename Types<M>::T* pTilt,
                 int tiltStep, bool mixed, const typename Types<M>::N* pNorm, int normStep, Kvp8u* pMask,
@@ -497,7 +596,7 @@ KvpStatus apply(const typename Types<M>::T* pSrc, int srcStep, const typename Ty
   if ((srcStep | (mixed ? tiltStep : 0) | normStep) & 3) return kvpStsStepNotMultiple;
   if (M == kInt && (sf < -31 || sf > 31)) return kvpStsBadArg;
 
-  Call<M> c;
+  CallData<M> c;
   c.s = &s;
   c.tables[0] = pSrc;
   c.tables[1] = mixed ? pTilt : pSrc;
@@ -528,18 +627,17 @@ KvpStatus apply(const typename Types<M>::T* pSrc, int srcStep, const typename Ty
     }
     if (fits) c.ops = stack;
   }
+  const auto band = bandKernel<M>();
   long long counts[kMaxTeam] = {};
   const bool threaded = (long long)roi.width * roi.height >= (long long)ownGetNumThreads() * 8192;
   const int team = forRowBands(roi.height, threaded, [&](int y0, int rows, int t) {
-    counts[t] = c.ops ? c.template band<true>(pNorm, normStep, pMask, maskStep, roi.width, y0, rows)
-                      : c.template band<false>(pNorm, normStep, pMask, maskStep, roi.width, y0, rows);
+    counts[t] = band(c, pNorm, normStep, pMask, maskStep, roi.width, y0, rows);
   });
   long long total = 0;
   for (int t = 0; t < team; ++t) total += counts[t];
   *pPositive = (int)total;
   return kvpStsOk;
 }
-
 }  // namespace
 }  // namespace kvp::haar
 
@@ -642,3 +740,5 @@ KvpStatus KVP_BODY(kvpiApplyMixedHaarClassifier_32s_C1RSfs)(
 }
 
 }  // extern "C"
+
+#endif  // !KVP_HAVE_HWY || HWY_ONCE
