@@ -119,17 +119,35 @@ __attribute__((always_inline)) inline bool learnPixel(float* recs, const float* 
   const float s = 1.0f / wsum;
   float acc = 0.0f;
   int first = -1;
-  for (int m = 0; m < K; ++m) {
-    float* rec = recs + m * R;
+  if constexpr (C == 1) {
+    for (int m = 0; m < K; ++m) {
+      float* rec = recs + m * R;
+      rec[1] = rec[1] * s;
+      acc = acc + rec[1];
+      rec[0] = rec[0] * s;
+      if (acc > T && first < 0) first = m + 1;
+    }
+  } else {
     // s is finite and positive, so a zero weight and sort key stay as they
-    // are. With three channels, leaving such records unwritten keeps their
-    // cache lines clean (unused records of a static pixel then cost a read,
-    // not a write-back).
-    const bool live = C == 1 || rec[1] != 0.f || rec[0] != 0.f;
-    if (live) rec[1] = rec[1] * s;
-    acc = acc + rec[1];
-    if (live) rec[0] = rec[0] * s;
-    if (acc > T && first < 0) first = m + 1;
+    // are: such records are left unwritten, which keeps their cache lines
+    // clean (unused records of a static pixel then cost a read, not a
+    // write-back). The running sum of the weights is not needed past the
+    // record where it first exceeds T, so it is a loop of its own that
+    // stops there. (With one channel the single loop is faster.)
+    for (int m = 0; m < K; ++m) {
+      float* rec = recs + m * R;
+      if (rec[1] != 0.f || rec[0] != 0.f) {
+        rec[1] = rec[1] * s;
+        rec[0] = rec[0] * s;
+      }
+    }
+    for (int m = 0; m < K; ++m) {
+      acc = acc + recs[m * R + 1];
+      if (acc > T) {
+        first = m + 1;
+        break;
+      }
+    }
   }
   return hit >= first;
 }
