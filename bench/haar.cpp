@@ -134,10 +134,11 @@ void BM_HaarDetect_kvp(benchmark::State& st) {
   }
 #ifdef KVP_HAVE_OPENCV
   // The same windows from the peer (the last window row left out: the peer
-  // may not scan it). Both compute the window sums exactly in integers, the
-  // normalisation in double and the weak classifiers' sums and the stage
-  // votes each in their own float order, so a window whose stage sum lies
-  // within rounding of its threshold could differ; `differ` counts them.
+  // may not scan it). The rectangle sums are exact integers here; the
+  // normalisation value, each weak classifier's weighted sum and a stage's
+  // votes are rounded in each side's own precision and order, so a window
+  // whose sum lies within rounding of a threshold could differ; `differ`
+  // counts the windows found by one side only.
   PeerCascade peer;
   if (peer.ok()) {
     std::vector<cv::Rect> raw;
