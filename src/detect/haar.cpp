@@ -15,9 +15,23 @@
 // bytes eight at a time, and evaluates each candidate window classifier by
 // classifier in order. Float members: products and sums in single precision
 // in rectangle order, votes summed in double precision in classifier order.
-// The integer member: exact 64-bit sums. A window's result depends only on
-// its own reads, so row bands give the same mask and count at any thread
-// count.
+// The integer member: exact 64-bit sums. Float members evaluate runs of
+// candidates a vector of windows at a time, neighbouring windows or, where
+// the candidates lie on an even grid (a detector's scan), every other
+// window, with the scalar path's operations per lane; the band kernels are
+// compiled per vector target and the widest one is chosen at run time. A
+// window's result depends only on its own reads, so row bands give the
+// same mask and count at any thread count and on every target.
+#if KVP_HAVE_HWY
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "detect/haar.cpp"
+#include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <hwy/highway.h>
+#endif
+#include "frame/simd.h"
+
+#ifndef KVP_DETECT_HAAR_COMMON_
+#define KVP_DETECT_HAAR_COMMON_
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -26,8 +40,8 @@
 #include "frame/bodies.h"
 #include "frame/checks.h"
 #include "frame/parallel.h"
-#include "frame/simd.h"
 #include "frame/state.h"
+#include "frame/targets.h"
 
 namespace kvp::haar {
 namespace {
@@ -239,8 +253,10 @@ struct RectOp {
 
 constexpr int kStackRects = 1024;
 
+// What one Apply call evaluates with: the stage, the tables, the prepared
+// rectangles and the call's scalars.
 template <Member M>
-struct Call {
+struct CallData {
   using T = typename Types<M>::T;
   using W = typename Types<M>::W;
   using N = typename Types<M>::N;
@@ -252,6 +268,40 @@ struct Call {
   W threshold;
   int sf;
   bool early;  // decisions may be taken before the last classifier
+};
+
+}  // namespace
+}  // namespace kvp::haar
+#endif  // KVP_DETECT_HAAR_COMMON_
+
+// ---- band kernels, one copy per target --------------------------------------------
+
+#if KVP_HAVE_HWY
+HWY_BEFORE_NAMESPACE();
+namespace kvp::haar::HWY_NAMESPACE {
+#else
+namespace kvp::haar::plain {
+#endif
+namespace {
+#if KVP_HAVE_HWY
+using namespace kvp::HWY_NAMESPACE;
+#endif
+
+template <Member M>
+struct Call : CallData<M> {
+  using Base = CallData<M>;
+  using T = typename Base::T;
+  using W = typename Base::W;
+  using N = typename Base::N;
+  using Base::early;
+  using Base::mixed;
+  using Base::ops;
+  using Base::s;
+  using Base::sf;
+  using Base::steps;
+  using Base::tables;
+  using Base::threshold;
+  explicit Call(const CallData<M>& d) : Base(d) {}
 
   // Weak classifier i's sum F at a window (Fast: the prepared rectangles).
   template <bool Fast>
@@ -318,17 +368,32 @@ struct Call {
 #if KVP_HAVE_HWY
   // Lanes(DF) neighbouring windows at once (float members, prepared
   // rectangles): each lane performs the scalar path's operations in the
-  // same order, so the decisions agree bit for bit. Bit l of the result is
-  // whether window l passes.
+  // same order, so the decisions agree bit for bit. Lane l is the window
+  // Stride * l to the right of the anchor (Stride 2: the windows of an even
+  // grid, every other element of twice the loads). Bit l of the result is
+  // whether lane l's window passes.
+  template <int Stride>
+  static HWY_INLINE hn::Vec<DF> loadF(const Kvp32f* p) {
+    const DF df;
+    if constexpr (Stride == 1) return hn::LoadU(df, p);
+    return hn::ConcatEven(df, hn::LoadU(df, p + hn::Lanes(df)), hn::LoadU(df, p));
+  }
+  template <int Stride>
+  static HWY_INLINE hn::Vec<hn::RebindToSigned<DF>> loadI(const Kvp32s* p) {
+    const hn::RebindToSigned<DF> di;
+    if constexpr (Stride == 1) return hn::LoadU(di, p);
+    return hn::ConcatEven(di, hn::LoadU(di, p + hn::Lanes(di)), hn::LoadU(di, p));
+  }
+
+  template <int Stride>
   unsigned passesVec(long long a0, long long a1, const N* norms) const {
     const DF df;
-    const hn::RebindToSigned<DF> di;
     const hn::Half<DF> dh;
     const hn::Rebind<double, decltype(dh)> dd;
     using VD = hn::Vec<decltype(dd)>;
     using MD = hn::Mask<decltype(dd)>;
     const T* base[2] = {tables[0] + a0, tables[1] + a1};
-    const auto vnorm = hn::LoadU(df, norms);
+    const auto vnorm = loadF<Stride>(norms);
     VD accLo = hn::Zero(dd), accHi = hn::Zero(dd);
     const double thr = (double)threshold, m = s->margin;
     const VD rejectAt = hn::Set(dd, thr - m), acceptAt = hn::Set(dd, thr + m);
@@ -342,14 +407,14 @@ struct Call {
         const T* a = base[op.table];
         hn::Vec<DF> sum;
         if constexpr (std::is_same_v<T, Kvp32f>) {
-          sum = hn::Add(hn::Sub(hn::Sub(hn::LoadU(df, a + op.o[0]), hn::LoadU(df, a + op.o[1])),
-                                hn::LoadU(df, a + op.o[2])),
-                        hn::LoadU(df, a + op.o[3]));
+          sum = hn::Add(hn::Sub(hn::Sub(loadF<Stride>(a + op.o[0]), loadF<Stride>(a + op.o[1])),
+                                loadF<Stride>(a + op.o[2])),
+                        loadF<Stride>(a + op.o[3]));
         } else {
           sum = hn::ConvertTo(df,
-                              hn::Add(hn::Sub(hn::Sub(hn::LoadU(di, a + op.o[0]), hn::LoadU(di, a + op.o[1])),
-                                              hn::LoadU(di, a + op.o[2])),
-                                      hn::LoadU(di, a + op.o[3])));
+                              hn::Add(hn::Sub(hn::Sub(loadI<Stride>(a + op.o[0]), loadI<Stride>(a + op.o[1])),
+                                              loadI<Stride>(a + op.o[2])),
+                                      loadI<Stride>(a + op.o[3])));
         }
         const hn::Vec<DF> term = hn::Mul(hn::Set(df, op.weight), sum);
         F = k == k0 ? term : hn::Add(F, term);
@@ -410,11 +475,32 @@ struct Call {
           // Runs with two or more candidates among the next Lanes windows
           // take the vector path; isolated candidates the scalar one.
           const int lanes = (int)hn::Lanes(DF());
+          // Candidates only on the even grid (as a detector's scan leaves
+          // them) over the next 2 * Lanes windows: one vector of those.
+          if (lanes >= 4 && lanes <= 16 && j + 2 * lanes <= width) {
+            int even = 0, odd = 0;
+            for (int l = 0; l < 2 * lanes; l += 2) {
+              even += m[j + l] != 0;
+              odd |= m[j + l + 1];
+            }
+            if (!odd && even >= 2) {
+              const unsigned pass = passesVec<2>(r0 + j, r1 + j, nrow + j);
+              for (int l = 0; l < lanes; ++l)
+                if (m[j + 2 * l]) {
+                  if (pass >> l & 1)
+                    ++count;
+                  else
+                    m[j + 2 * l] = 0;
+                }
+              j += 2 * lanes;
+              continue;
+            }
+          }
           if (lanes >= 4 && lanes <= 16 && j + lanes <= width) {
             int candidates = 0;
             for (int l = 0; l < lanes; ++l) candidates += m[j + l] != 0;
             if (candidates >= 2) {
-              const unsigned pass = passesVec(r0 + j, r1 + j, nrow + j);
+              const unsigned pass = passesVec<1>(r0 + j, r1 + j, nrow + j);
               for (int l = 0; l < lanes; ++l)
                 if (m[j + l]) {
                   if (pass >> l & 1)
@@ -441,6 +527,58 @@ struct Call {
   }
 };
 
+// One band of window rows of a call; returns the survivors it counted.
+template <Member M>
+long long bandOf(const CallData<M>& d, const typename Types<M>::N* pNorm, int normStep, Kvp8u* pMask,
+                 int maskStep, int width, int y0, int rows) {
+  const Call<M> c(d);
+  return d.ops ? c.template band<true>(pNorm, normStep, pMask, maskStep, width, y0, rows)
+               : c.template band<false>(pNorm, normStep, pMask, maskStep, width, y0, rows);
+}
+long long bandFloat(const CallData<kFloat>& d, const Kvp32f* pNorm, int normStep, Kvp8u* pMask, int maskStep,
+                    int width, int y0, int rows) {
+  return bandOf<kFloat>(d, pNorm, normStep, pMask, maskStep, width, y0, rows);
+}
+long long bandIntFloat(const CallData<kIntFloat>& d, const Kvp32f* pNorm, int normStep, Kvp8u* pMask,
+                       int maskStep, int width, int y0, int rows) {
+  return bandOf<kIntFloat>(d, pNorm, normStep, pMask, maskStep, width, y0, rows);
+}
+long long bandInt(const CallData<kInt>& d, const Kvp32s* pNorm, int normStep, Kvp8u* pMask, int maskStep,
+                  int width, int y0, int rows) {
+  return bandOf<kInt>(d, pNorm, normStep, pMask, maskStep, width, y0, rows);
+}
+
+}  // namespace
+}  // namespace kvp::haar::HWY_NAMESPACE (or plain)
+#if KVP_HAVE_HWY
+HWY_AFTER_NAMESPACE();
+#endif
+
+// ---- drivers and bodies, compiled once ------------------------------------------
+
+#if !KVP_HAVE_HWY || HWY_ONCE
+namespace kvp::haar {
+#if KVP_HAVE_HWY
+HWY_EXPORT(bandFloat);
+HWY_EXPORT(bandIntFloat);
+HWY_EXPORT(bandInt);
+#define KVP_HAAR_BAND(fn) KVP_TARGET_KERNEL(fn)
+#else
+#define KVP_HAAR_BAND(fn) (&plain::fn)
+#endif
+namespace {
+
+// The chosen target's band kernel of a member, taken once per call.
+template <Member M>
+auto bandKernel() {
+  if constexpr (M == kFloat)
+    return KVP_HAAR_BAND(bandFloat);
+  else if constexpr (M == kIntFloat)
+    return KVP_HAAR_BAND(bandIntFloat);
+  else
+    return KVP_HAAR_BAND(bandInt);
+}
+
 template <Member M>
 KvpStatus apply(const typename Types<M>::T* pSrc, int srcStep, const typename Types<M>::T* pTilt,
                 int tiltStep, bool mixed, const typename Types<M>::N* pNorm, int normStep, Kvp8u* pMask,
@@ -458,7 +596,7 @@ KvpStatus apply(const typename Types<M>::T* pSrc, int srcStep, const typename Ty
   if ((srcStep | (mixed ? tiltStep : 0) | normStep) & 3) return kvpStsStepNotMultiple;
   if (M == kInt && (sf < -31 || sf > 31)) return kvpStsBadArg;
 
-  Call<M> c;
+  CallData<M> c;
   c.s = &s;
   c.tables[0] = pSrc;
   c.tables[1] = mixed ? pTilt : pSrc;
@@ -489,18 +627,17 @@ KvpStatus apply(const typename Types<M>::T* pSrc, int srcStep, const typename Ty
     }
     if (fits) c.ops = stack;
   }
+  const auto band = bandKernel<M>();
   long long counts[kMaxTeam] = {};
   const bool threaded = (long long)roi.width * roi.height >= (long long)ownGetNumThreads() * 8192;
   const int team = forRowBands(roi.height, threaded, [&](int y0, int rows, int t) {
-    counts[t] = c.ops ? c.template band<true>(pNorm, normStep, pMask, maskStep, roi.width, y0, rows)
-                      : c.template band<false>(pNorm, normStep, pMask, maskStep, roi.width, y0, rows);
+    counts[t] = band(c, pNorm, normStep, pMask, maskStep, roi.width, y0, rows);
   });
   long long total = 0;
   for (int t = 0; t < team; ++t) total += counts[t];
   *pPositive = (int)total;
   return kvpStsOk;
 }
-
 }  // namespace
 }  // namespace kvp::haar
 
@@ -603,3 +740,5 @@ KvpStatus KVP_BODY(kvpiApplyMixedHaarClassifier_32s_C1RSfs)(
 }
 
 }  // extern "C"
+
+#endif  // !KVP_HAVE_HWY || HWY_ONCE

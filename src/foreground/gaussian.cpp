@@ -6,8 +6,11 @@
 //
 // The records of a pixel are contiguous (K * (2 + 2C) floats), so the usual
 // case, a match of record 0 without promotion, touches one or two cache
-// lines. Arithmetic is binary32, left to right as written, no contraction.
+// lines. The reference background is gathered while the records are in
+// cache and stored a chunk of pixels at a time. Arithmetic is binary32, left
+// to right as written, no contraction.
 #include <algorithm>
+#include <cstring>
 
 #include "foreground/fg_state.h"
 #include "frame/bodies.h"
@@ -116,12 +119,35 @@ __attribute__((always_inline)) inline bool learnPixel(float* recs, const float* 
   const float s = 1.0f / wsum;
   float acc = 0.0f;
   int first = -1;
-  for (int m = 0; m < K; ++m) {
-    float* rec = recs + m * R;
-    rec[1] = rec[1] * s;
-    acc = acc + rec[1];
-    rec[0] = rec[0] * s;
-    if (acc > T && first < 0) first = m + 1;
+  if constexpr (C == 1) {
+    for (int m = 0; m < K; ++m) {
+      float* rec = recs + m * R;
+      rec[1] = rec[1] * s;
+      acc = acc + rec[1];
+      rec[0] = rec[0] * s;
+      if (acc > T && first < 0) first = m + 1;
+    }
+  } else {
+    // s is finite and positive, so a zero weight and sort key stay as they
+    // are: such records are left unwritten, which keeps their cache lines
+    // clean (unused records of a static pixel then cost a read, not a
+    // write-back). The running sum of the weights is not needed past the
+    // record where it first exceeds T, so it is a loop of its own that
+    // stops there. (With one channel the single loop is faster.)
+    for (int m = 0; m < K; ++m) {
+      float* rec = recs + m * R;
+      if (rec[1] != 0.f || rec[0] != 0.f) {
+        rec[1] = rec[1] * s;
+        rec[0] = rec[0] * s;
+      }
+    }
+    for (int m = 0; m < K; ++m) {
+      acc = acc + recs[m * R + 1];
+      if (acc > T) {
+        first = m + 1;
+        break;
+      }
+    }
   }
   return hit >= first;
 }
@@ -164,23 +190,28 @@ void frameRowK(const FGState& s, const Rules<C>& r, const Kvp8u* src, Kvp8u* ref
   const int width = s.size.width;
   const bool shadows = r.shadowBG;
   const float bright = r.bright, detect = r.detect;
-  for (int x = 0; x < width; ++x, recs += stride) {
-    float I[C];
-    for (int c = 0; c < C; ++c) I[c] = (float)src[x * C + c];
-    const bool fore = alpha > 0.f ? learnPixel<C, K>(recs, I, alpha, T, minVar) : testPixel<C, K>(recs, I, T);
-    if (fg) {
-      Kvp8u out = 0;
-      if (!training && fore) out = (shadows && shadow<C>(I, recs + 2, bright, detect)) ? 0 : 255;
-      fg[x] = out;
+  // The leading means as the reference background, gathered per chunk of
+  // pixels while the pixel's records are still in cache and stored a chunk
+  // at a time (byte stores into the caller's row could alias the records).
+  constexpr int kChunk = 64;
+  Kvp8u lead[kChunk * C];
+  for (int x0 = 0; x0 < width; x0 += kChunk) {
+    const int n = std::min(kChunk, width - x0);
+    for (int j = 0; j < n; ++j, recs += stride) {
+      const int x = x0 + j;
+      float I[C];
+      for (int c = 0; c < C; ++c) I[c] = (float)src[x * C + c];
+      const bool fore =
+          alpha > 0.f ? learnPixel<C, K>(recs, I, alpha, T, minVar) : testPixel<C, K>(recs, I, T);
+      if (ref)
+        for (int c = 0; c < C; ++c) lead[j * C + c] = round8(recs[2 + c]);
+      if (fg) {
+        Kvp8u out = 0;
+        if (!training && fore) out = (shadows && shadow<C>(I, recs + 2, bright, detect)) ? 0 : 255;
+        fg[x] = out;
+      }
     }
-  }
-  // The leading means as the reference background, in a pass of its own
-  // (byte stores may alias the records; here they cannot slow the update).
-  if (ref) {
-    const float* lead = reinterpret_cast<const float*>(s.row(y)) + 2;
-    const int width = s.size.width;
-    for (int x = 0; x < width; ++x, lead += stride)
-      for (int c = 0; c < C; ++c) ref[x * C + c] = round8(lead[c]);
+    if (ref) std::memcpy(ref + (size_t)x0 * C, lead, (size_t)n * C);
   }
 }
 
