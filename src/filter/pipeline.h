@@ -46,12 +46,12 @@ inline void columnBands(KvpiSize roi, bool threaded, Fn&& fn) {
   forRowBands(roi.height, threaded, [&](int y0, int rows, int) { fn(y0, rows); });
 }
 
-// Threading test of the integer column passes.
+// Threading test of the integer column passes (the processor count, a
+// file read, only asked when threads are allowed and the area is large).
 inline bool columnThreaded(KvpiSize roi, int k) {
   const long long n = ownGetNumThreads();
-  if ((long long)roi.width * roi.height < n * 32768) return false;
-  if ((k == 3 || k == 5) && kvpGetNumCoresOnDie() <= 1) return false;
-  return n > 1;
+  if (n <= 1 || (long long)roi.width * roi.height < n * 32768) return false;
+  return !((k == 3 || k == 5) && kvpGetNumCoresOnDie() <= 1);
 }
 
 // The float column pass over every row (arguments checked) on the calling
