@@ -10,8 +10,7 @@ using namespace kvp::filt;
 KvpStatus column32f(const Kvp32f** rows, Kvp32f* dst, int dstStep, KvpiSize roi, const Kvp32f* kernel, int k,
                     Kvp8u* buffer, int ch) {
   if (KvpStatus s = checkColumn(rows, dst, dstStep, roi, kernel, k, 4 * ch, 4, buffer, false, 0)) return s;
-  const OpF32 op{kernel};
-  columnDispatch(op, rows, dst, dstStep, roi.width * ch, k, 0, roi.height);
+  column32fRows(rows, dst, dstStep, roi, kernel, k, ch);
   return kvpStsOk;
 }
 

@@ -1,7 +1,7 @@
 // Fixed-kernel routines and their tables.
 #include "filter/fixed.h"
 
-#include "filter/engine.h"
+#include "filter/spans.h"
 
 namespace kvp::filt {
 namespace {

@@ -46,34 +46,17 @@ inline void columnBands(KvpiSize roi, bool threaded, Fn&& fn) {
   forRowBands(roi.height, threaded, [&](int y0, int rows, int) { fn(y0, rows); });
 }
 
-// Threading test of the integer column passes.
+// Threading test of the integer column passes (the processor count, a
+// file read, only asked when threads are allowed and the area is large).
 inline bool columnThreaded(KvpiSize roi, int k) {
   const long long n = ownGetNumThreads();
-  if ((long long)roi.width * roi.height < n * 32768) return false;
-  if ((k == 3 || k == 5) && kvpGetNumCoresOnDie() <= 1) return false;
-  return n > 1;
+  if (n <= 1 || (long long)roi.width * roi.height < n * 32768) return false;
+  return !((k == 3 || k == 5) && kvpGetNumCoresOnDie() <= 1);
 }
 
-// One column pass over dst rows [y0, y0 + count) with a given op.
-template <int K, class Op>
-inline void columnRows(const Op& op, const typename Op::Src* const* rows, typename Op::Dst* dst, int dstStep,
-                       int elems, int k, int y0, int count) {
-  for (int y = y0; y < y0 + count; ++y) {
-    const typename Op::Src* const* r = rows + y;
-    span<K>(
-        op, [&](int j) { return r[j]; }, k, rowAt(dst, dstStep, y), elems);
-  }
-}
-
-template <class Op>
-inline void columnDispatch(const Op& op, const typename Op::Src* const* rows, typename Op::Dst* dst,
-                           int dstStep, int elems, int k, int y0, int count) {
-  if (k == 3)
-    columnRows<3>(op, rows, dst, dstStep, elems, k, y0, count);
-  else if (k == 5)
-    columnRows<5>(op, rows, dst, dstStep, elems, k, y0, count);
-  else
-    columnRows<0>(op, rows, dst, dstStep, elems, k, y0, count);
-}
+// The float column pass over every row (arguments checked) on the calling
+// thread, with the kernels of the chosen vector target.
+void column32fRows(const Kvp32f* const* rows, Kvp32f* dst, int dstStep, KvpiSize roi, const Kvp32f* kernel,
+                   int k, int ch);
 
 }  // namespace kvp::filt

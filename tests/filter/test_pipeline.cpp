@@ -1,6 +1,7 @@
 // Row and column filter pipelines against the plain references: every
 // border type, anchors, kernel sizes 1 to 9, divisors, ring-ordered row
-// pointers, buffers of exactly the reported size, thread counts, checks.
+// pointers, buffers of exactly the reported size, thread counts, vector
+// targets, checks.
 #include <algorithm>
 #include <functional>
 #include <limits>
@@ -8,6 +9,7 @@
 
 #include "filter_ref.h"
 #include "harness.h"
+#include "targets.h"
 
 namespace {
 
@@ -85,32 +87,48 @@ RowCase<Kvp32f, Kvp32f, Kvp32f> row32(const char* name, int ch, F f, G g) {
   return c;
 }
 
-// Runs one row configuration at the current thread count and compares with
-// the reference; the destination rows are handed over in a shuffled order.
+// Runs one row configuration at the current thread count on every vector
+// target and compares with the reference; the destination rows are handed
+// over in a shuffled order.
+// Every vector target where a row holds a vector on some target (pick >=
+// 0: only target pick, cyclically); the library's choice for shorter rows
+// (all scalar tails).
+std::vector<int64_t> targetsFor(size_t elems, int pick) {
+  const std::vector<int64_t> all = kvt::vectorTargets();
+  if (elems < 8) return {0};
+  return pick < 0 ? all : std::vector<int64_t>{all[pick % all.size()]};
+}
+
 template <class S, class D, class K>
 void checkRowOnce(const RowCase<S, D, K>& c, kvt::Rng& rng, KvpiSize sz, int k, int anchor, int type,
-                  int divisor, const std::vector<K>& kernel, const Plane<S>& src, const S* values) {
+                  int divisor, const std::vector<K>& kernel, const Plane<S>& src, const S* values,
+                  int pick = -1) {
+  const size_t elems = (size_t)sz.width * c.ch;
+  std::vector<D> expect(elems * sz.height);
+  for (int y = 0; y < sz.height; ++y)
+    ref::row(src.row(y), sz.width, c.ch, kernel.data(), k, anchor, type, values, divisor, c.mode,
+             &expect[elems * y]);
   int bytes = 0;
   ASSERT_EQ(kvpStsOk, c.size(sz, k, &bytes));
-  Buffer buf(bytes);
-  Plane<D> dst(sz.width, sz.height, c.ch, rng);
-  std::vector<int> order(sz.height);
-  std::iota(order.begin(), order.end(), 0);
-  std::shuffle(order.begin(), order.end(), rng);
-  std::vector<D*> rows(sz.height);
-  for (int y = 0; y < sz.height; ++y) rows[y] = dst.row(order[y]);
-  const auto before = dst.bytes();
-  ASSERT_EQ(kvpStsOk, c.call(src.roi(), src.step(), rows.data(), sz, kernel.data(), k, anchor, type, values,
-                             divisor, buf.data()));
-  ASSERT_TRUE(buf.guardIntact()) << "written past the reported buffer size";
-  ASSERT_TRUE(dst.sameOutsideRoi(before));
-  std::vector<D> expect((size_t)sz.width * c.ch);
-  for (int y = 0; y < sz.height; ++y) {
-    ref::row(src.row(y), sz.width, c.ch, kernel.data(), k, anchor, type, values, divisor, c.mode,
-             expect.data());
-    for (int i = 0; i < sz.width * c.ch; ++i)
-      ASSERT_EQ(0, std::memcmp(&expect[i], &rows[y][i], sizeof(D)))
-          << "row " << y << " element " << i << ": " << +expect[i] << " vs " << +rows[y][i];
+  for (int64_t target : targetsFor(elems, pick)) {
+    SCOPED_TRACE(kvt::targetName(target));
+    kvt::Target scope(target);
+    Buffer buf(bytes);
+    Plane<D> dst(sz.width, sz.height, c.ch, rng);
+    std::vector<int> order(sz.height);
+    std::iota(order.begin(), order.end(), 0);
+    std::shuffle(order.begin(), order.end(), rng);
+    std::vector<D*> rows(sz.height);
+    for (int y = 0; y < sz.height; ++y) rows[y] = dst.row(order[y]);
+    const auto before = dst.bytes();
+    ASSERT_EQ(kvpStsOk, c.call(src.roi(), src.step(), rows.data(), sz, kernel.data(), k, anchor, type, values,
+                               divisor, buf.data()));
+    ASSERT_TRUE(buf.guardIntact()) << "written past the reported buffer size";
+    ASSERT_TRUE(dst.sameOutsideRoi(before));
+    for (int y = 0; y < sz.height; ++y)
+      for (size_t i = 0; i < elems; ++i)
+        ASSERT_EQ(0, std::memcmp(&expect[elems * y + i], &rows[y][i], sizeof(D)))
+            << "row " << y << " element " << i << ": " << +expect[elems * y + i] << " vs " << +rows[y][i];
   }
 }
 
@@ -143,7 +161,8 @@ void runRowCase(const RowCase<S, D, K>& c) {
           if (::testing::Test::HasFatalFailure()) return;
         }
       }
-  // Large images: banded at several thread counts, same bits.
+  // Large images: banded at several thread counts, same bits (one target
+  // per thread count, in turn).
   for (KvpiSize sz : {KvpiSize{333, 250}, KvpiSize{1031, 260}})
     for (int k : {3, 5, 7}) {
       Plane<S> src(sz.width, sz.height, c.ch, rng);
@@ -155,7 +174,7 @@ void runRowCase(const RowCase<S, D, K>& c) {
       for (int threads : kvt::threadCounts()) {
         SCOPED_TRACE(std::string(c.name) + " " + kvt::describe(sz) + " threads " + std::to_string(threads));
         kvt::Threads scope(threads);
-        checkRowOnce(c, rng, sz, k, k / 2, (int)(rng() % 5), c.divisor ? 3 : 1, kernel, src, values);
+        checkRowOnce(c, rng, sz, k, k / 2, (int)(rng() % 5), c.divisor ? 3 : 1, kernel, src, values, threads);
         if (::testing::Test::HasFatalFailure()) return;
       }
     }
@@ -227,7 +246,7 @@ ColCase<Kvp32f, Kvp32f, Kvp32f> col32(const char* name, int ch, F f, G g) {
 // walks the ring starting at a random phase, as a streaming caller has it.
 template <class S, class D, class K>
 void checkColumnOnce(const ColCase<S, D, K>& c, kvt::Rng& rng, KvpiSize sz, int k, int divisor,
-                     const std::vector<K>& kernel) {
+                     const std::vector<K>& kernel, int pick = -1) {
   const int elems = sz.width * c.ch;
   const int ringRows = std::min(sz.height + k - 1, k + 3);
   Plane<S> ring(sz.width, ringRows, c.ch, rng);
@@ -240,20 +259,26 @@ void checkColumnOnce(const ColCase<S, D, K>& c, kvt::Rng& rng, KvpiSize sz, int 
   const int phase = (int)(rng() % ringRows);
   std::vector<const S*> rows(sz.height + k - 1);
   for (size_t i = 0; i < rows.size(); ++i) rows[i] = ring.row((int)((i + phase) % ringRows));
+  std::vector<D> expect((size_t)elems * sz.height);
+  for (int y = 0; y < sz.height; ++y)
+    ref::column(&rows[y], elems, kernel.data(), k, divisor, c.mode, c.lo, c.hi, &expect[(size_t)elems * y]);
   int bytes = 0;
   ASSERT_EQ(kvpStsOk, c.size(sz, k, &bytes));
-  Buffer buf(bytes);
-  Plane<D> dst(sz.width, sz.height, c.ch, rng);
-  const auto before = dst.bytes();
-  ASSERT_EQ(kvpStsOk, c.call(rows.data(), dst.roi(), dst.step(), sz, kernel.data(), k, divisor, buf.data()));
-  ASSERT_TRUE(buf.guardIntact()) << "written past the reported buffer size";
-  ASSERT_TRUE(dst.sameOutsideRoi(before));
-  std::vector<D> expect(elems);
-  for (int y = 0; y < sz.height; ++y) {
-    ref::column(&rows[y], elems, kernel.data(), k, divisor, c.mode, c.lo, c.hi, expect.data());
-    for (int i = 0; i < elems; ++i)
-      ASSERT_EQ(0, std::memcmp(&expect[i], &dst.row(y)[i], sizeof(D)))
-          << "row " << y << " element " << i << ": " << +expect[i] << " vs " << +dst.row(y)[i];
+  for (int64_t target : targetsFor(elems, pick)) {
+    SCOPED_TRACE(kvt::targetName(target));
+    kvt::Target scope(target);
+    Buffer buf(bytes);
+    Plane<D> dst(sz.width, sz.height, c.ch, rng);
+    const auto before = dst.bytes();
+    ASSERT_EQ(kvpStsOk,
+              c.call(rows.data(), dst.roi(), dst.step(), sz, kernel.data(), k, divisor, buf.data()));
+    ASSERT_TRUE(buf.guardIntact()) << "written past the reported buffer size";
+    ASSERT_TRUE(dst.sameOutsideRoi(before));
+    for (int y = 0; y < sz.height; ++y)
+      for (int i = 0; i < elems; ++i)
+        ASSERT_EQ(0, std::memcmp(&expect[(size_t)elems * y + i], &dst.row(y)[i], sizeof(D)))
+            << "row " << y << " element " << i << ": " << +expect[(size_t)elems * y + i] << " vs "
+            << +dst.row(y)[i];
   }
 }
 
@@ -284,7 +309,7 @@ void runColumnCase(const ColCase<S, D, K>& c) {
         SCOPED_TRACE(std::string(c.name) + " " + kvt::describe(sz) + " k=" + std::to_string(k) + " threads " +
                      std::to_string(threads));
         kvt::Threads scope(threads);
-        checkColumnOnce(c, rng, sz, k, c.divisor ? (k == 5 ? 16 : 3) : 1, kernel);
+        checkColumnOnce(c, rng, sz, k, c.divisor ? (k == 5 ? 16 : 3) : 1, kernel, threads + k);
         if (::testing::Test::HasFatalFailure()) return;
       }
     }
