@@ -636,7 +636,35 @@ struct Down {
     }
     float* o = out + a * C;
     int j0 = 0;
-    if constexpr (std::is_same_v<T, Kvp16u>) j0 = vrowExact16<K>(r, n, o);
+    if constexpr (!kFloat<T>) {
+      // Integer data reach this pass only where every partial sum is an
+      // integer below 2^24 (the float route): the float sums are exact, so
+      // 32-bit integer sums converted once give the same floats. On 128-bit
+      // targets 16-bit samples are summed pairwise instead.
+#if KVP_HAVE_HWY && (HWY_TARGET == HWY_SSSE3 || HWY_TARGET == HWY_SSE4)
+      if constexpr (std::is_same_v<T, Kvp16u>) j0 = vrowExact16<K>(r, n, o);
+#endif
+      int ti[K];
+      for (int u = 0; u < K; ++u) ti[u] = s->ti[u];
+      if constexpr (K == 5) {
+        if (isBinomial5()) {
+#pragma omp simd
+          for (int j = j0; j < n; ++j) {
+            const int32_t mid = r[2][j];
+            o[j] = (float)(((int32_t)r[0][j] + (int32_t)r[4][j]) +
+                           (((int32_t)r[1][j] + (int32_t)r[3][j]) << 2) + ((mid << 2) + (mid << 1)));
+          }
+          j0 = n;
+        }
+      }
+#pragma omp simd
+      for (int j = j0; j < n; ++j) {
+        int32_t acc = ti[0] * (int32_t)r[0][j];
+        for (int u = 1; u < K; ++u) acc += ti[u] * (int32_t)r[u][j];
+        o[j] = (float)acc;
+      }
+      j0 = n;
+    }
 #pragma omp simd
     for (int j = j0; j < n; ++j) {
       float acc = t[0] * (float)r[0][j];
