@@ -1,4 +1,4 @@
-// Canny and fast-arctangent routines, compiled once per instruction set: the
+// Canny routines, compiled once per instruction set: the
 // including file sets KVP_ED_ISA (and KVP_BF_ISA for the derivative
 // routines) and names the table it defines KVP_ED_TABLE.
 //
@@ -350,38 +350,10 @@ void cannyBorderKernel(int kern, int mask, const Kvp8u* pSrc, int srcStep, Kvp8u
         pSrc, srcStep, pDst, dstStep, roi, border, value, tl, th, pBuffer);
 }
 
-// Angle of one (y, x) pair in [0, 360); NaN for a NaN input. Every step is a
-// single-precision operation in a fixed order, so lanes and the scalar tail
-// give the same bits.
-inline float fastAtan(float y, float x) {
-  constexpr float c1 = 0x1.ca4ccep+5f, c3 = -0x1.2ea2fp+4f, c5 = 0x1.48e6f2p+3f, c7 = -0x1.33e5fp+2f,
-                  c9 = 0x1.28f58cp+0f;
-  const float ax = std::fabs(x), ay = std::fabs(y);
-  const bool low = ax >= ay;
-  const float num = low ? ay : ax, den = low ? ax : ay;
-  float t = num / den;
-  t = den == 0.0f ? 0.0f : t;
-  t = (ax == INFINITY && ay == INFINITY) ? 1.0f : t;
-  const float t2 = t * t;
-  const float p = ((((c9 * t2 + c7) * t2 + c5) * t2 + c3) * t2 + c1) * t;
-  float a = low ? p : 90.0f - p;
-  a = x < 0.0f ? 180.0f - a : a;
-  a = y < 0.0f ? 360.0f - a : a;
-  a = a == 360.0f ? 0.0f : a;
-  return (x != x || y != y) ? x + y : a;
-}
-
-// pDst may alias one source: each element is read before it is written.
-void atanLoop(const float* y, const float* x, float* d, int n) {
-#pragma omp simd
-  for (int i = 0; i < n; ++i) d[i] = fastAtan(y[i], x[i]);
-}
-
 }  // namespace
 }  // namespace KVP_ED_ISA
 
 const KernelTable KVP_ED_TABLE = {KVP_ED_ISA::cannyGiven<int16_t>, KVP_ED_ISA::cannyGiven<float>,
-                                  KVP_ED_ISA::cannyBorderKernel<true>, KVP_ED_ISA::cannyBorderKernel<false>,
-                                  KVP_ED_ISA::atanLoop};
+                                  KVP_ED_ISA::cannyBorderKernel<true>, KVP_ED_ISA::cannyBorderKernel<false>};
 
 }  // namespace kvp::edges
