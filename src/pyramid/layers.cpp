@@ -706,12 +706,30 @@ struct Down {
           if (R == 2) i = splitPhase(rowA + q, (s->a * 2 + W) - q, len, p);
           for (; i < len; ++i) p[i] = rowA[(long long)R * i + q];
         } else {
-          for (int i = 0; i < len; ++i)
+          int i = 0;
+          // Three channels: one 16-byte copy per pixel; its fourth float
+          // belongs to the next pixel and is rewritten by the next copy.
+          if constexpr (C == 3)
+            for (; i + 1 < len; ++i) std::memcpy(p + 3 * i, rowA + ((long long)R * i + q) * 3, 16);
+          for (; i < len; ++i)
             for (int ch = 0; ch < C; ++ch) p[i * C + ch] = rowA[((long long)R * i + q) * C + ch];
         }
       }
-      // rowA is free again: it takes the horizontal sums.
+      T* d = rowAt(dst, dstStep, y);
+      const float half = s->halfD, inv = s->invD;
+      // The destination element of one horizontal sum.
+      const auto out = [&](float acc) -> T {
+        if constexpr (kFloat<T>) {
+          (void)half, (void)inv;
+          return acc;
+        } else {
+          float q = (acc + half) * inv;
+          q = q < 0.0f ? 0.0f : (q > kMaxVal<T> ? kMaxVal<T> : q);
+          return (T)(int)q;
+        }
+      };
       if constexpr (K > 0) {
+        // The horizontal sums go straight to the destination row.
         const float* hp[K];
         float t[K];
         for (int v = 0; v < K; ++v) {
@@ -722,27 +740,26 @@ struct Down {
         for (int i = 0; i < nOut; ++i) {
           float acc = t[0] * hp[0][i];
           for (int v = 1; v < K; ++v) acc = acc + t[v] * hp[v][i];
-          rowA[i] = acc;
+          d[i] = out(acc);
         }
-      } else {
-        {
-          const float t = taps[0];
-          const float* p = ph[0];
-#pragma omp simd
-          for (int i = 0; i < nOut; ++i) rowA[i] = t * p[i];
-        }
-        for (int v = 1; v < k; ++v) {
-          const float t = taps[v];
-          const float* p = ph[v % R] + (v / R) * C;
-#pragma omp simd
-          for (int i = 0; i < nOut; ++i) rowA[i] = rowA[i] + t * p[i];
-        }
+        continue;
       }
-      T* d = rowAt(dst, dstStep, y);
+      // rowA is free again: it takes the horizontal sums.
+      {
+        const float t = taps[0];
+        const float* p = ph[0];
+#pragma omp simd
+        for (int i = 0; i < nOut; ++i) rowA[i] = t * p[i];
+      }
+      for (int v = 1; v < k; ++v) {
+        const float t = taps[v];
+        const float* p = ph[v % R] + (v / R) * C;
+#pragma omp simd
+        for (int i = 0; i < nOut; ++i) rowA[i] = rowA[i] + t * p[i];
+      }
       if constexpr (kFloat<T>) {
         std::memcpy(d, rowA, (size_t)nOut * sizeof(float));
       } else {
-        const float half = s->halfD, inv = s->invD;
 #pragma omp simd
         for (int i = 0; i < nOut; ++i) {
           float q = (rowA[i] + half) * inv;
