@@ -1,5 +1,6 @@
 // Canny entry points and the fast arctangent: checks of the one-call form's
-// arguments here, the work in the routines of the processor's table.
+// arguments here, the Canny work in the routines of the processor's table,
+// the arctangent on the vector target chosen at load.
 #include <cmath>
 
 #include "edges/common.h"
@@ -89,7 +90,7 @@ KvpStatus KVP_BODY(kvpiCannyBorder_8u_C1R)(const Kvp8u* pSrc, int srcStep, Kvp8u
 KvpStatus KVP_BODY(kvpibFastArctan_32f)(const Kvp32f* pSrcY, const Kvp32f* pSrcX, Kvp32f* pDst, int length) {
   if (!pSrcY || !pSrcX || !pDst) return kvpStsNullPtr;
   if (length < 1) return kvpStsBadSize;
-  kernels().atan(pSrcY, pSrcX, pDst, length);
+  kvp::edges::fastAtanRow(pSrcY, pSrcX, pDst, length);
   return kvpStsOk;
 }
 

@@ -1,4 +1,4 @@
-// The Canny and arctangent routines built for 256-bit vectors; chosen at
+// The Canny routines built for 256-bit vectors; chosen at
 // run time when the processor has them. Same operations in the same order
 // as the baseline copy (nothing is contracted), so the same bits.
 #include <cmath>

@@ -1,9 +1,10 @@
-// Canny and fast-arctangent routines, compiled once per instruction set: the
+// Canny routines, compiled once per instruction set: the
 // including file sets KVP_ED_ISA (and KVP_BF_ISA for the derivative
 // routines) and names the table it defines KVP_ED_TABLE.
 //
 // Canny edge detection: magnitude, non-maximum suppression and candidate
-// marking in row bands, hysteresis on one thread, the 0/255 map in bands.
+// marking in row bands, hysteresis on one thread, the 0/255 map in bands,
+// all in one parallel region where every thread holds a band.
 //
 // The work buffer holds a (W+2) x (H+2) byte map framed with "none" (0),
 // whose pixels become 1 (weak candidate) or 2 (edge), a stack of W * H map
@@ -14,6 +15,8 @@
 // the front in band order before the hysteresis walk, which pushes every
 // pixel at most once.
 #pragma once
+
+#include <omp.h>
 
 #include <cmath>
 #include <cstring>
@@ -120,9 +123,8 @@ Layout carve(Kvp8u* buf, int W, int H, long long sliceBytes) {
   return l;
 }
 
-// Hysteresis from the strong candidates of every band, then the edge map.
-void finish(const Layout& l, const int* counts, int team, int W, int H, Kvp8u* dst, int dstStep,
-            bool threaded, int n) {
+// Hysteresis from the strong candidates of the team's bands.
+void hysteresis(const Layout& l, const int* counts, int team, int W, int H) {
   const int stride = W + 2;
   Kvp8u* map = l.map;
   // Pack the band parts of the stack to the front, in band order.
@@ -146,17 +148,47 @@ void finish(const Layout& l, const int* counts, int team, int W, int H, Kvp8u* d
       }
     }
   }
-  kvp::forRowBands(
-      H, threaded,
-      [&](int y0, int rows, int) {
-        for (int y = y0; y < y0 + rows; ++y) {
-          const Kvp8u* m = map + (ptrdiff_t)(y + 1) * stride + 1;
-          Kvp8u* d = rowAt(dst, dstStep, y);
+}
+
+// Rows y0 .. y0 + rows of the edge map: 255 where the map holds an edge.
+void edgeRows(const Layout& l, int W, int y0, int rows, Kvp8u* dst, int dstStep) {
+  const int stride = W + 2;
+  for (int y = y0; y < y0 + rows; ++y) {
+    const Kvp8u* m = l.map + (ptrdiff_t)(y + 1) * stride + 1;
+    Kvp8u* d = rowAt(dst, dstStep, y);
 #pragma omp simd
-          for (int x = 0; x < W; ++x) d[x] = (Kvp8u)((m[x] >> 1) * 255);
-        }
-      },
-      n);
+    for (int x = 0; x < W; ++x) d[x] = (Kvp8u)((m[x] >> 1) * 255);
+  }
+}
+
+// The whole detector on the bands of one parallel region: band(y0, rows, t)
+// marks the candidates of its rows and returns its strong count; after a
+// barrier the first thread runs the hysteresis, and after a second one
+// every thread writes the edge map of its own rows. The barriers need every
+// thread of the team to hold a band, which H >= n guarantees (the team has
+// at most n threads); shorter ROIs run the three steps one after another,
+// the map in a second region.
+template <class Band>
+void cannyRun(const Layout& l, int W, int H, Kvp8u* dst, int dstStep, bool threaded, int n, Band&& band) {
+  int counts[kvp::kMaxTeam] = {};
+  if (threaded && H >= n) {
+    kvp::forRowBands(
+        H, true,
+        [&](int y0, int rows, int t) {
+          counts[t] = band(y0, rows, t);
+#pragma omp barrier
+          if (t == 0) hysteresis(l, counts, omp_get_num_threads(), W, H);
+#pragma omp barrier
+          edgeRows(l, W, y0, rows, dst, dstStep);
+        },
+        n);
+    return;
+  }
+  const int team = kvp::forRowBands(
+      H, threaded, [&](int y0, int rows, int t) { counts[t] = band(y0, rows, t); }, n);
+  hysteresis(l, counts, team, W, H);
+  kvp::forRowBands(
+      H, threaded, [&](int y0, int rows, int) { edgeRows(l, W, y0, rows, dst, dstStep); }, n);
 }
 
 // The band loop shared by every form: Rows supplies, for ROI row r, the
@@ -226,7 +258,6 @@ KvpStatus cannyGiven(const G* pDx, int dxStep, const G* pDy, int dyStep, Kvp8u* 
   const int n = kvp::edges::teamSize();
   const bool threaded = kvp::edges::threadedFor(roi);
   const Layout l = carve(pBuffer, W, H, 24LL * (W + 2) + 64);
-  int counts[kvp::kMaxTeam] = {};
   using M = std::conditional_t<sizeof(G) == 2, uint32_t, double>;
   M tl, th;
   if constexpr (sizeof(G) == 2) {
@@ -238,15 +269,11 @@ KvpStatus cannyGiven(const G* pDx, int dxStep, const G* pDy, int dyStep, Kvp8u* 
     th = (double)high * (double)high;
   }
   GivenRows<G, M> rows{pDx, pDy, dxStep, dyStep, W};
-  const int team = kvp::forRowBands(
-      H, threaded,
-      [&](int y0, int nr, int t) {
-        M* ring = reinterpret_cast<M*>(l.slices + (ptrdiff_t)t * l.sliceBytes);
-        counts[t] = cannyBand<G, M, std::conditional_t<sizeof(G) == 2, uint32_t, double>>(rows, l, W, H, tl,
-                                                                                          th, y0, nr, ring);
-      },
-      n);
-  finish(l, counts, team, W, H, pDst, dstStep, threaded, n);
+  cannyRun(l, W, H, pDst, dstStep, threaded, n, [&](int y0, int nr, int t) {
+    M* ring = reinterpret_cast<M*>(l.slices + (ptrdiff_t)t * l.sliceBytes);
+    return cannyBand<G, M, std::conditional_t<sizeof(G) == 2, uint32_t, double>>(rows, l, W, H, tl, th, y0,
+                                                                                 nr, ring);
+  });
   return kvpStsOk;
 }
 
@@ -305,27 +332,22 @@ void cannyBorderRun(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep, Kv
   const int n = kvp::edges::teamSize();
   const bool threaded = kvp::edges::threadedFor(roi);
   const Layout l = carve(pBuffer, W, H, cannyBorderSlice(W));
-  int counts[kvp::kMaxTeam] = {};
-  const int team = kvp::forRowBands(
-      H, threaded,
-      [&](int y0, int nr, int t) {
-        Kvp8u* s = l.slices + (ptrdiff_t)t * l.sliceBytes;
-        // Magnitude ring (4 rows of W + 2), row-pass rings, three
-        // derivative rows of each kind, the bordered piece.
-        uint32_t* ring = reinterpret_cast<uint32_t*>(s);
-        s += 16LL * (W + 2);  // 12 (W + 2) rounded up
-        constexpr int K = BorderRows<FX, FY, L2>::K;
-        BorderRows<FX, FY, L2> rows{pSrc,    srcStep, W,       H,       border,  value,
-                                    nullptr, nullptr, nullptr, nullptr, nullptr, -(1 << 30)};
-        rows.ringX = reinterpret_cast<int16_t*>(s);
-        rows.ringY = rows.ringX + (ptrdiff_t)K * W;
-        rows.dx3 = rows.ringY + (ptrdiff_t)K * W;
-        rows.dy3 = rows.dx3 + 3 * (ptrdiff_t)W;
-        rows.piece = reinterpret_cast<Kvp8u*>(rows.dy3 + 3 * (ptrdiff_t)W);
-        counts[t] = cannyBand<int16_t, uint32_t, uint32_t>(rows, l, W, H, tl, th, y0, nr, ring);
-      },
-      n);
-  finish(l, counts, team, W, H, pDst, dstStep, threaded, n);
+  cannyRun(l, W, H, pDst, dstStep, threaded, n, [&](int y0, int nr, int t) {
+    Kvp8u* s = l.slices + (ptrdiff_t)t * l.sliceBytes;
+    // Magnitude ring (4 rows of W + 2), row-pass rings, three
+    // derivative rows of each kind, the bordered piece.
+    uint32_t* ring = reinterpret_cast<uint32_t*>(s);
+    s += 16LL * (W + 2);  // 12 (W + 2) rounded up
+    constexpr int K = BorderRows<FX, FY, L2>::K;
+    BorderRows<FX, FY, L2> rows{pSrc,    srcStep, W,       H,       border,  value,
+                                nullptr, nullptr, nullptr, nullptr, nullptr, -(1 << 30)};
+    rows.ringX = reinterpret_cast<int16_t*>(s);
+    rows.ringY = rows.ringX + (ptrdiff_t)K * W;
+    rows.dx3 = rows.ringY + (ptrdiff_t)K * W;
+    rows.dy3 = rows.dx3 + 3 * (ptrdiff_t)W;
+    rows.piece = reinterpret_cast<Kvp8u*>(rows.dy3 + 3 * (ptrdiff_t)W);
+    return cannyBand<int16_t, uint32_t, uint32_t>(rows, l, W, H, tl, th, y0, nr, ring);
+  });
 }
 
 template <const auto& RX, const auto& CX, const auto& RY, const auto& CY, int K, bool L2>
@@ -350,38 +372,10 @@ void cannyBorderKernel(int kern, int mask, const Kvp8u* pSrc, int srcStep, Kvp8u
         pSrc, srcStep, pDst, dstStep, roi, border, value, tl, th, pBuffer);
 }
 
-// Angle of one (y, x) pair in [0, 360); NaN for a NaN input. Every step is a
-// single-precision operation in a fixed order, so lanes and the scalar tail
-// give the same bits.
-inline float fastAtan(float y, float x) {
-  constexpr float c1 = 0x1.ca4ccep+5f, c3 = -0x1.2ea2fp+4f, c5 = 0x1.48e6f2p+3f, c7 = -0x1.33e5fp+2f,
-                  c9 = 0x1.28f58cp+0f;
-  const float ax = std::fabs(x), ay = std::fabs(y);
-  const bool low = ax >= ay;
-  const float num = low ? ay : ax, den = low ? ax : ay;
-  float t = num / den;
-  t = den == 0.0f ? 0.0f : t;
-  t = (ax == INFINITY && ay == INFINITY) ? 1.0f : t;
-  const float t2 = t * t;
-  const float p = ((((c9 * t2 + c7) * t2 + c5) * t2 + c3) * t2 + c1) * t;
-  float a = low ? p : 90.0f - p;
-  a = x < 0.0f ? 180.0f - a : a;
-  a = y < 0.0f ? 360.0f - a : a;
-  a = a == 360.0f ? 0.0f : a;
-  return (x != x || y != y) ? x + y : a;
-}
-
-// pDst may alias one source: each element is read before it is written.
-void atanLoop(const float* y, const float* x, float* d, int n) {
-#pragma omp simd
-  for (int i = 0; i < n; ++i) d[i] = fastAtan(y[i], x[i]);
-}
-
 }  // namespace
 }  // namespace KVP_ED_ISA
 
 const KernelTable KVP_ED_TABLE = {KVP_ED_ISA::cannyGiven<int16_t>, KVP_ED_ISA::cannyGiven<float>,
-                                  KVP_ED_ISA::cannyBorderKernel<true>, KVP_ED_ISA::cannyBorderKernel<false>,
-                                  KVP_ED_ISA::atanLoop};
+                                  KVP_ED_ISA::cannyBorderKernel<true>, KVP_ED_ISA::cannyBorderKernel<false>};
 
 }  // namespace kvp::edges

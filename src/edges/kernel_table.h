@@ -16,11 +16,14 @@ struct KernelTable {
                    Kvp8u*);
   void (*borderL1)(int, int, const Kvp8u*, int, Kvp8u*, int, KvpiSize, int, Kvp8u, uint32_t, uint32_t,
                    Kvp8u*);
-  void (*atan)(const float*, const float*, float*, int);
 };
 
 KVP_HIDDEN_ED extern const KernelTable kKernelsBase;
 KVP_HIDDEN_ED extern const KernelTable kKernelsAvx2;
+
+// The fast arctangent of n (y, x) pairs on the vector target chosen at load
+// (edges/atan.cpp); d may alias one source.
+KVP_HIDDEN_ED void fastAtanRow(const float* y, const float* x, float* d, int n);
 
 inline KvpStatus checkCannyKernel(int kern, int mask) {
   if (kern != kvpFilterSobel && kern != kvpFilterScharr) return kvpStsBadArg;

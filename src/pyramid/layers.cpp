@@ -15,6 +15,18 @@
 // Up interpolates the small image linearly onto the large grid (rows of
 // horizontally interpolated source samples are cached), keeps a ring of k
 // interpolated rows and smooths them in float, vertical pass first.
+//
+// The down and up kernels are compiled once per vector target
+// (frame/targets.h); the checks, states and bodies once.
+#if KVP_HAVE_HWY
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "pyramid/layers.cpp"
+#include <hwy/foreach_target.h>  // IWYU pragma: keep
+#include <hwy/highway.h>
+#endif
+
+#ifndef KVP_PYRAMID_LAYERS_COMMON_
+#define KVP_PYRAMID_LAYERS_COMMON_
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -24,6 +36,7 @@
 #include "frame/bodies.h"
 #include "frame/parallel.h"
 #include "frame/state.h"
+#include "frame/targets.h"
 #include "pyramid/layer_geometry.h"
 
 #if KVP_HAVE_HWY
@@ -210,6 +223,19 @@ inline T toInt(float v) {
   v = v < 0.0f ? 0.0f : (v > kMaxVal<T> ? kMaxVal<T> : v);
   return (T)(int)roundEven(v);
 }
+
+}  // namespace
+#endif  // KVP_PYRAMID_LAYERS_COMMON_
+
+// ---- kernels, one copy per target ---------------------------------------------
+
+#if KVP_HAVE_HWY
+HWY_BEFORE_NAMESPACE();
+namespace kvp::pyr::HWY_NAMESPACE {
+#else
+namespace kvp::pyr::plain {
+#endif
+namespace {
 
 // ---- down -------------------------------------------------------------------
 
@@ -610,7 +636,35 @@ struct Down {
     }
     float* o = out + a * C;
     int j0 = 0;
-    if constexpr (std::is_same_v<T, Kvp16u>) j0 = vrowExact16<K>(r, n, o);
+    if constexpr (!kFloat<T>) {
+      // Integer data reach this pass only where every partial sum is an
+      // integer below 2^24 (the float route): the float sums are exact, so
+      // 32-bit integer sums converted once give the same floats. On 128-bit
+      // targets 16-bit samples are summed pairwise instead.
+#if KVP_HAVE_HWY && (HWY_TARGET == HWY_SSSE3 || HWY_TARGET == HWY_SSE4)
+      if constexpr (std::is_same_v<T, Kvp16u>) j0 = vrowExact16<K>(r, n, o);
+#endif
+      int ti[K];
+      for (int u = 0; u < K; ++u) ti[u] = s->ti[u];
+      if constexpr (K == 5) {
+        if (isBinomial5()) {
+#pragma omp simd
+          for (int j = j0; j < n; ++j) {
+            const int32_t mid = r[2][j];
+            o[j] = (float)(((int32_t)r[0][j] + (int32_t)r[4][j]) +
+                           (((int32_t)r[1][j] + (int32_t)r[3][j]) << 2) + ((mid << 2) + (mid << 1)));
+          }
+          j0 = n;
+        }
+      }
+#pragma omp simd
+      for (int j = j0; j < n; ++j) {
+        int32_t acc = ti[0] * (int32_t)r[0][j];
+        for (int u = 1; u < K; ++u) acc += ti[u] * (int32_t)r[u][j];
+        o[j] = (float)acc;
+      }
+      j0 = n;
+    }
 #pragma omp simd
     for (int j = j0; j < n; ++j) {
       float acc = t[0] * (float)r[0][j];
@@ -652,12 +706,30 @@ struct Down {
           if (R == 2) i = splitPhase(rowA + q, (s->a * 2 + W) - q, len, p);
           for (; i < len; ++i) p[i] = rowA[(long long)R * i + q];
         } else {
-          for (int i = 0; i < len; ++i)
+          int i = 0;
+          // Three channels: one 16-byte copy per pixel; its fourth float
+          // belongs to the next pixel and is rewritten by the next copy.
+          if constexpr (C == 3)
+            for (; i + 1 < len; ++i) std::memcpy(p + 3 * i, rowA + ((long long)R * i + q) * 3, 16);
+          for (; i < len; ++i)
             for (int ch = 0; ch < C; ++ch) p[i * C + ch] = rowA[((long long)R * i + q) * C + ch];
         }
       }
-      // rowA is free again: it takes the horizontal sums.
+      T* d = rowAt(dst, dstStep, y);
+      const float half = s->halfD, inv = s->invD;
+      // The destination element of one horizontal sum.
+      const auto out = [&](float acc) -> T {
+        if constexpr (kFloat<T>) {
+          (void)half, (void)inv;
+          return acc;
+        } else {
+          float q = (acc + half) * inv;
+          q = q < 0.0f ? 0.0f : (q > kMaxVal<T> ? kMaxVal<T> : q);
+          return (T)(int)q;
+        }
+      };
       if constexpr (K > 0) {
+        // The horizontal sums go straight to the destination row.
         const float* hp[K];
         float t[K];
         for (int v = 0; v < K; ++v) {
@@ -668,27 +740,26 @@ struct Down {
         for (int i = 0; i < nOut; ++i) {
           float acc = t[0] * hp[0][i];
           for (int v = 1; v < K; ++v) acc = acc + t[v] * hp[v][i];
-          rowA[i] = acc;
+          d[i] = out(acc);
         }
-      } else {
-        {
-          const float t = taps[0];
-          const float* p = ph[0];
-#pragma omp simd
-          for (int i = 0; i < nOut; ++i) rowA[i] = t * p[i];
-        }
-        for (int v = 1; v < k; ++v) {
-          const float t = taps[v];
-          const float* p = ph[v % R] + (v / R) * C;
-#pragma omp simd
-          for (int i = 0; i < nOut; ++i) rowA[i] = rowA[i] + t * p[i];
-        }
+        continue;
       }
-      T* d = rowAt(dst, dstStep, y);
+      // rowA is free again: it takes the horizontal sums.
+      {
+        const float t = taps[0];
+        const float* p = ph[0];
+#pragma omp simd
+        for (int i = 0; i < nOut; ++i) rowA[i] = t * p[i];
+      }
+      for (int v = 1; v < k; ++v) {
+        const float t = taps[v];
+        const float* p = ph[v % R] + (v / R) * C;
+#pragma omp simd
+        for (int i = 0; i < nOut; ++i) rowA[i] = rowA[i] + t * p[i];
+      }
       if constexpr (kFloat<T>) {
         std::memcpy(d, rowA, (size_t)nOut * sizeof(float));
       } else {
-        const float half = s->halfD, inv = s->invD;
 #pragma omp simd
         for (int i = 0; i < nOut; ++i) {
           float q = (rowA[i] + half) * inv;
@@ -701,13 +772,8 @@ struct Down {
 };
 
 template <class T, int C>
-KvpStatus layerDown(const T* pSrc, int srcStep, KvpiSize sr, T* pDst, int dstStep, KvpiSize dr,
-                    const void* pState, Kvp8u* pBuffer) {
-  if (KvpStatus st = layerChecks<T, C>(pSrc, srcStep, sr, pDst, dstStep, dr, pState, pBuffer)) return st;
-  const LayerState* s = stateAt<LayerState>(pState);
-  if (sr.width > s->maxW || sr.height > s->maxH) return kvpStsBadSize;
-  if (dr.width != downLength(sr.width, s->M) || dr.height != downLength(sr.height, s->M))
-    return kvpStsBadSize;
+KvpStatus downRun(const T* pSrc, int srcStep, KvpiSize sr, T* pDst, int dstStep, KvpiSize dr,
+                  const LayerState* s, Kvp8u* pBuffer) {
   const long long rowBytes = align64((long long)(sr.width + s->k - 1) * C * 4);
   const long long slice = 2 * rowBytes + 64;
   const int n = clampTeam(ownGetNumThreads());
@@ -856,14 +922,8 @@ struct Up {
 };
 
 template <class T, int C>
-KvpStatus layerUp(const T* pSrc, int srcStep, KvpiSize sr, T* pDst, int dstStep, KvpiSize dr,
-                  const void* pState, Kvp8u* pBuffer) {
-  if (KvpStatus st = layerChecks<T, C>(pSrc, srcStep, sr, pDst, dstStep, dr, pState, pBuffer)) return st;
-  const LayerState* s = stateAt<LayerState>(pState);
-  if (sr.width > s->maxW || sr.height > s->maxH) return kvpStsBadSize;
-  if (dr.width < upLengthMin(sr.width, s->M) || dr.width > upLengthMax(sr.width, s->M) ||
-      dr.height < upLengthMin(sr.height, s->M) || dr.height > upLengthMax(sr.height, s->M))
-    return kvpStsBadSize;
+KvpStatus upRun(const T* pSrc, int srcStep, KvpiSize sr, T* pDst, int dstStep, KvpiSize dr,
+                const LayerState* s, Kvp8u* pBuffer) {
   const long long rowBytes = align64((long long)dr.width * C * 4);
   const long long slice = (s->k + 2) * rowBytes + align64((long long)(dr.width + s->k - 1) * C * 4) + 64;
   const int n = clampTeam(ownGetNumThreads());
@@ -873,6 +933,100 @@ KvpStatus layerUp(const T* pSrc, int srcStep, KvpiSize sr, T* pDst, int dstStep,
     job.rows(y0, rows, alignUp(pBuffer + (long long)t * slice, 64));
   });
   return kvpStsOk;
+}
+
+#define KVP_LAYER_RUNS(T, TS, C)                                                                         \
+  KvpStatus down_##TS##_C##C(const T* pSrc, int srcStep, KvpiSize sr, T* pDst, int dstStep, KvpiSize dr, \
+                             const LayerState* s, Kvp8u* pBuffer) {                                      \
+    return downRun<T, C>(pSrc, srcStep, sr, pDst, dstStep, dr, s, pBuffer);                              \
+  }                                                                                                      \
+  KvpStatus up_##TS##_C##C(const T* pSrc, int srcStep, KvpiSize sr, T* pDst, int dstStep, KvpiSize dr,   \
+                           const LayerState* s, Kvp8u* pBuffer) {                                        \
+    return upRun<T, C>(pSrc, srcStep, sr, pDst, dstStep, dr, s, pBuffer);                                \
+  }
+KVP_LAYER_RUNS(Kvp8u, 8u, 1)
+KVP_LAYER_RUNS(Kvp8u, 8u, 3)
+KVP_LAYER_RUNS(Kvp16u, 16u, 1)
+KVP_LAYER_RUNS(Kvp16u, 16u, 3)
+KVP_LAYER_RUNS(Kvp32f, 32f, 1)
+KVP_LAYER_RUNS(Kvp32f, 32f, 3)
+#undef KVP_LAYER_RUNS
+
+}  // namespace
+}  // namespace kvp::pyr::HWY_NAMESPACE (or plain)
+#if KVP_HAVE_HWY
+HWY_AFTER_NAMESPACE();
+#endif
+
+#if !KVP_HAVE_HWY || HWY_ONCE
+namespace kvp::pyr {
+#if KVP_HAVE_HWY
+HWY_EXPORT(down_8u_C1);
+HWY_EXPORT(down_8u_C3);
+HWY_EXPORT(down_16u_C1);
+HWY_EXPORT(down_16u_C3);
+HWY_EXPORT(down_32f_C1);
+HWY_EXPORT(down_32f_C3);
+HWY_EXPORT(up_8u_C1);
+HWY_EXPORT(up_8u_C3);
+HWY_EXPORT(up_16u_C1);
+HWY_EXPORT(up_16u_C3);
+HWY_EXPORT(up_32f_C1);
+HWY_EXPORT(up_32f_C3);
+#endif
+
+#if KVP_HAVE_HWY
+#define KVP_LAYER_PICK(fn) KVP_TARGET_KERNEL(fn)
+#else
+#define KVP_LAYER_PICK(fn) (&plain::fn)
+#endif
+}  // namespace kvp::pyr
+
+namespace {
+
+// The down or up kernel of the chosen target for T and C channels.
+template <bool Up, class T, int C>
+auto layerKernel() {
+  using namespace kvp::pyr;
+  if constexpr (std::is_same_v<T, Kvp8u>) {
+    if constexpr (Up)
+      return C == 1 ? KVP_LAYER_PICK(up_8u_C1) : KVP_LAYER_PICK(up_8u_C3);
+    else
+      return C == 1 ? KVP_LAYER_PICK(down_8u_C1) : KVP_LAYER_PICK(down_8u_C3);
+  } else if constexpr (std::is_same_v<T, Kvp16u>) {
+    if constexpr (Up)
+      return C == 1 ? KVP_LAYER_PICK(up_16u_C1) : KVP_LAYER_PICK(up_16u_C3);
+    else
+      return C == 1 ? KVP_LAYER_PICK(down_16u_C1) : KVP_LAYER_PICK(down_16u_C3);
+  } else {
+    if constexpr (Up)
+      return C == 1 ? KVP_LAYER_PICK(up_32f_C1) : KVP_LAYER_PICK(up_32f_C3);
+    else
+      return C == 1 ? KVP_LAYER_PICK(down_32f_C1) : KVP_LAYER_PICK(down_32f_C3);
+  }
+}
+
+template <class T, int C>
+KvpStatus layerDown(const T* pSrc, int srcStep, KvpiSize sr, T* pDst, int dstStep, KvpiSize dr,
+                    const void* pState, Kvp8u* pBuffer) {
+  if (KvpStatus st = layerChecks<T, C>(pSrc, srcStep, sr, pDst, dstStep, dr, pState, pBuffer)) return st;
+  const LayerState* s = stateAt<LayerState>(pState);
+  if (sr.width > s->maxW || sr.height > s->maxH) return kvpStsBadSize;
+  if (dr.width != downLength(sr.width, s->M) || dr.height != downLength(sr.height, s->M))
+    return kvpStsBadSize;
+  return layerKernel<false, T, C>()(pSrc, srcStep, sr, pDst, dstStep, dr, s, pBuffer);
+}
+
+template <class T, int C>
+KvpStatus layerUp(const T* pSrc, int srcStep, KvpiSize sr, T* pDst, int dstStep, KvpiSize dr,
+                  const void* pState, Kvp8u* pBuffer) {
+  if (KvpStatus st = layerChecks<T, C>(pSrc, srcStep, sr, pDst, dstStep, dr, pState, pBuffer)) return st;
+  const LayerState* s = stateAt<LayerState>(pState);
+  if (sr.width > s->maxW || sr.height > s->maxH) return kvpStsBadSize;
+  if (dr.width < upLengthMin(sr.width, s->M) || dr.width > upLengthMax(sr.width, s->M) ||
+      dr.height < upLengthMin(sr.height, s->M) || dr.height > upLengthMax(sr.height, s->M))
+    return kvpStsBadSize;
+  return layerKernel<true, T, C>()(pSrc, srcStep, sr, pDst, dstStep, dr, s, pBuffer);
 }
 
 // ---- buffer sizes -----------------------------------------------------------
@@ -1011,3 +1165,5 @@ KVP_LAYER_BODIES(Kvp16u, Kvp16s, 16u, 1)
 KVP_LAYER_BODIES(Kvp16u, Kvp16s, 16u, 3)
 KVP_LAYER_BODIES(Kvp32f, Kvp32f, 32f, 1)
 KVP_LAYER_BODIES(Kvp32f, Kvp32f, 32f, 3)
+
+#endif  // !KVP_HAVE_HWY || HWY_ONCE

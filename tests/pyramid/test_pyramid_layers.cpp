@@ -9,6 +9,7 @@
 
 #include "harness.h"
 #include "pyramid_layers_ref.h"
+#include "targets.h"
 
 namespace {
 
@@ -111,25 +112,31 @@ void checkLayer(const Case& cs, KvpiSize srcRoi, int threads, kvt::Rng& rng) {
   const auto dstBefore = dst.bytes();
   auto buf = buffer(Up, stateRoi, cs.rate, k, Layer<T, 1>::code, CH);
   const kvpref::LayerKernel K = refKernel<T>(taps);
-  KvpStatus st;
-  if constexpr (Up) {
-    typename L::UpState* s = nullptr;
-    ASSERT_EQ(L::upAlloc(&s, stateRoi, cs.rate, taps.data(), k, kvpInterLinear), kvpStsOk);
-    st = L::up(src.roi(), src.step(), srcRoi, dst.roi(), dst.step(), dsz, s, buf.data());
-    EXPECT_EQ(L::upFree(s), kvpStsOk);
+  if constexpr (Up)
     kvpref::layerUpRef(src.roi(), src.step(), srcRoi.width, srcRoi.height, CH, ref.roi(), ref.step(),
                        dsz.width, dsz.height, cs.rate, K);
-  } else {
-    typename L::DownState* s = nullptr;
-    ASSERT_EQ(L::downAlloc(&s, stateRoi, cs.rate, taps.data(), k, kvpInterLinear), kvpStsOk);
-    st = L::down(src.roi(), src.step(), srcRoi, dst.roi(), dst.step(), dsz, s, buf.data());
-    EXPECT_EQ(L::downFree(s), kvpStsOk);
+  else
     kvpref::layerDownRef(src.roi(), src.step(), srcRoi.width, srcRoi.height, CH, ref.roi(), ref.step(),
                          cs.rate, K);
+  // The same bits from the kernels of every vector target.
+  for (int64_t t : kvt::vectorTargets()) {
+    kvt::Target target(t);
+    KvpStatus st;
+    if constexpr (Up) {
+      typename L::UpState* s = nullptr;
+      ASSERT_EQ(L::upAlloc(&s, stateRoi, cs.rate, taps.data(), k, kvpInterLinear), kvpStsOk);
+      st = L::up(src.roi(), src.step(), srcRoi, dst.roi(), dst.step(), dsz, s, buf.data());
+      EXPECT_EQ(L::upFree(s), kvpStsOk);
+    } else {
+      typename L::DownState* s = nullptr;
+      ASSERT_EQ(L::downAlloc(&s, stateRoi, cs.rate, taps.data(), k, kvpInterLinear), kvpStsOk);
+      st = L::down(src.roi(), src.step(), srcRoi, dst.roi(), dst.step(), dsz, s, buf.data());
+      EXPECT_EQ(L::downFree(s), kvpStsOk);
+    }
+    ASSERT_EQ(st, kvpStsOk) << what;
+    EXPECT_TRUE(kvt::sameRoi(dst, ref)) << what << " " << kvt::targetName(t);
+    EXPECT_TRUE(dst.sameOutsideRoi(dstBefore)) << what;
   }
-  ASSERT_EQ(st, kvpStsOk) << what;
-  EXPECT_TRUE(kvt::sameRoi(dst, ref)) << what;
-  EXPECT_TRUE(dst.sameOutsideRoi(dstBefore)) << what;
   EXPECT_TRUE(src.unchanged(before)) << what;
 }
 
