@@ -60,8 +60,12 @@ bool sumRows(const Kvp8u* src, int srcStep, T* dst, int dstStep, int w, int h) {
     // b - 1 together).
     v = hn::Add(v, hn::IfThenZeroElse(low4, hn::TableLookupLanes(v, i4)));
     if constexpr (N > 8) v = hn::Add(v, hn::IfThenZeroElse(low8, hn::TableLookupLanes(v, i8)));
+    // The carry grows by this vector's total, taken before the carry is
+    // added, so that the only dependency from one vector to the next is
+    // one add (not the add and the lane broadcast after it).
+    const auto total = hn::TableLookupLanes(v, iLast);
     v = hn::Add(v, carry);
-    carry = hn::TableLookupLanes(v, iLast);
+    carry = hn::Add(carry, total);
     return v;
   };
   // Table row = row above + prefix, in the table's arithmetic.
