@@ -7,6 +7,11 @@
 // enters as a broadcast carry, and the row above is added in the same pass.
 // Integer tables wrap modulo 2^32; float tables add the float of the 32-bit
 // prefix to the float above, exactly as the scalar recurrence does.
+//
+// The rows run on the calling thread at every thread count (each row adds
+// the one above it), so two threads are never slower than one; four rows
+// share each load of the row above, and the carries of the four rows form
+// four independent chains of one add per vector.
 #if KVP_HAVE_HWY
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "detect/integral_rows.cpp"
