@@ -29,6 +29,11 @@
 namespace kvp::distance {
 namespace {
 
+// Bands from 65536 pixels on: the transform costs some 8 ns per pixel, so
+// the smallest threaded image takes about 0.5 ms, a hundred times the cost
+// of opening and joining a team; at 1920x1080 two threads take about half
+// the time of one (measured on an idle 2-core machine; while the second
+// core is busy with other processes, the join waits for it).
 constexpr long long kThreadArea = 65536;
 
 long long sliceBytes(KvpiSize roi) {
