@@ -12,13 +12,13 @@
 
 namespace {
 
-// The masked rows' mask: the photograph stretched (bilinear) to the
-// benchmark size and thresholded at its Otsu level, so that about 40 % of
+// The masked rows' mask: the coins photograph stretched (bilinear) to the
+// benchmark size and thresholded at its Otsu level, so that about 39 % of
 // the pixels are set in long runs broken at irregular places, as in a real
 // foreground mask (1 where brighter than the level, else 0).
 std::vector<Kvp8u> photoMask(int width, int height) {
   int w = 0, h = 0;
-  const std::vector<Kvp8u> g = kvpb::photo(w, h);
+  const std::vector<Kvp8u> g = kvpb::photo(w, h, "coins.png");
   std::vector<Kvp8u> big((size_t)width * height);
   for (int y = 0; y < height; ++y) {
     const float fy = std::max(0.f, (y + 0.5f) * h / height - 0.5f);
