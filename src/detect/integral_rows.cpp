@@ -1,10 +1,11 @@
 // Upright sum-table rows, compiled once per vector target.
 //
-// One row at a time: a vector of pixels is widened to 32-bit lanes and its
-// inclusive prefix formed in log2(lanes) steps (two lane shifts inside each
-// 128-bit block, then one or two steps that add the last lane of an earlier
-// block to every lane of a later one), the running total of the row
-// enters as a broadcast carry, and the row above is added in the same pass.
+// One row at a time: a vector of pixels is widened to 16-bit lanes and its
+// inclusive prefix formed in log2(lanes) steps (three lane shifts inside
+// each block of eight pixels, then, once widened to 32-bit lanes, on
+// 512-bit vectors one step that adds the first block's total to the
+// second), the running total of the row enters as a broadcast carry, and
+// the row above is added in the same pass.
 // Integer tables wrap modulo 2^32; float tables add the float of the 32-bit
 // prefix to the float above, exactly as the scalar recurrence does.
 //
