@@ -20,6 +20,7 @@
 #define KVP_ARITH_ACCUMULATE_COMMON_
 #include <bit>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <type_traits>
 
@@ -108,87 +109,110 @@ HWY_INLINE V opaque(V v) {
   return v;
 }
 
-// Lanes(DF) mask bytes as a float-lane mask (true where non-zero).
-HWY_INLINE hn::Mask<DF> loadMask(const Kvp8u* p) {
+// Lanes(DF) mask bytes as a float-lane mask, true where the byte is zero
+// (the pixel keeps its value): one widening load and one compare, and the
+// blend takes the compare's result as it is.
+HWY_INLINE hn::Mask<DF> loadMaskedOut(const Kvp8u* p) {
   const DF df;
   const hn::Rebind<int32_t, DF> di;
   const hn::Rebind<Kvp8u, DF> d8;
-  return hn::RebindMask(df, hn::Ne(hn::PromoteTo(di, hn::LoadU(d8, p)), hn::Zero(di)));
+  return hn::RebindMask(df, hn::Eq(hn::PromoteTo(di, hn::LoadU(d8, p)), hn::Zero(di)));
 }
 #endif
 
 #if KVP_HAVE_HWY
-// Sixteen masked pixels at m: body(blend, selected bytes) runs not at all
-// where the mask leaves every one of them out, with blend false where it
-// selects every one, else with blend true and the bytes as 0x00 / 0xFF.
-template <class Body>
-HWY_INLINE void masked16(const Kvp8u* m, Body&& body) {
-  const hn::Full128<uint8_t> d8;
-  const auto sel = hn::Ne(hn::LoadU(d8, m), hn::Zero(d8));
-  if (hn::AllFalse(d8, sel)) return;
-  if (hn::AllTrue(d8, sel))
-    body(std::false_type{}, hn::Zero(d8));
+// One vector of n pixels at x (the mask byte of each pixel, widened to its
+// lane, selects the new value or the old bits).
+template <bool Masked, class S, class Op>
+HWY_INLINE void accVector(const S* s1, const S* s2, const Kvp8u* m, float* acc, int x, Op op) {
+  const DF df;
+  // A masked row loads the accumulator once into a register that both the
+  // arithmetic and the blend read.
+  const auto a = Masked ? opaque(hn::LoadU(df, acc + x)) : hn::LoadU(df, acc + x);
+  const auto r = op(a, loadAsFloat(s1 + x), loadAsFloat(s2 + x));
+  if constexpr (Masked)
+    hn::StoreU(hn::IfThenElse(loadMaskedOut(m + x), a, r), df, acc + x);
   else
-    body(std::true_type{}, hn::VecFromMask(d8, sel));
+    hn::StoreU(r, df, acc + x);
 }
+
+// The first `head` pixels of the vector at acc (head < Lanes): the other
+// lanes are stored back with their old bits, to be updated by the aligned
+// vectors that follow.
+template <bool Masked, class S, class Op>
+HWY_INLINE void accHead(const S* s1, const S* s2, const Kvp8u* m, float* acc, int head, Op op) {
+  const DF df;
+  const auto a = opaque(hn::LoadU(df, acc));
+  const auto r = op(a, loadAsFloat(s1), loadAsFloat(s2));
+  auto keep = hn::Not(hn::FirstN(df, (size_t)head));
+  if constexpr (Masked) keep = hn::Or(keep, loadMaskedOut(m));
+  hn::StoreU(hn::IfThenElse(keep, a, r), df, acc);
+}
+
+#if HWY_TARGET == HWY_SSSE3 || HWY_TARGET == HWY_SSE4
+// Group G (four pixels) of sixteen whose bytes are b1, b2 and whose mask
+// bytes compared with zero are nz.
+template <int G, bool Masked, class S, class Op>
+HWY_INLINE void accGroup(hn::Vec<D8> b1, hn::Vec<D8> b2, hn::Vec<D8> nz, float* acc, Op op) {
+  const DF df;
+  constexpr bool isSigned = std::is_signed_v<S>;
+  const auto a = hn::LoadU(df, acc + 4 * G);
+  const auto r = op(a, bytesToFloat<G>(b1, isSigned), bytesToFloat<G>(b2, isSigned));
+  if constexpr (Masked)
+    hn::StoreU(hn::IfThenElse(maskGroup<G>(nz), r, opaque(a)), df, acc + 4 * G);
+  else
+    hn::StoreU(r, df, acc + 4 * G);
+}
+#endif
 #endif
 
 // One row: acc[x] = op(acc[x], s1[x], s2[x]) where the mask allows; a
 // masked-out pixel keeps its exact bits.
+//
+// A masked row is blended in registers: every vector of the row is computed
+// and the mask selects, lane by lane, the new value or the old one. No
+// branch depends on the mask, so a photograph's mask (long runs broken at
+// random places) costs the same as a constant one: one extra load of one
+// mask byte per pixel and one blend per vector. Four vectors per step keep
+// the loads of the next group in flight while the previous one is stored.
 template <bool Masked, class S, class Op>
 void accRow(const S* s1, const S* s2, const Kvp8u* m, float* acc, int w, Op op) {
   int x = 0;
 #if KVP_HAVE_HWY
-  const DF df;
   if constexpr (kByteShuffleRows && sizeof(S) == 1) {
 #if HWY_TARGET == HWY_SSSE3 || HWY_TARGET == HWY_SSE4
+    // Sixteen pixels from one byte load per source (and one of the mask);
+    // the mask bytes, compared with zero, are spread to the four groups.
     const D8 d8;
-    constexpr bool isSigned = std::is_signed_v<S>;
-    // Sixteen pixels; Blend selects pixel by pixel from the mask bytes nz.
-    const auto sixteen = [&](auto blendC, int at, hn::Vec<D8> nz) {
-      constexpr bool Blend = decltype(blendC)::value;
-      const auto b1 = hn::LoadU(d8, reinterpret_cast<const uint8_t*>(s1 + at));
-      const auto b2 = hn::LoadU(d8, reinterpret_cast<const uint8_t*>(s2 + at));
-      const auto group = [&](auto g) {
-        constexpr int G = decltype(g)::value;
-        const auto a = hn::LoadU(df, acc + at + 4 * G);
-        const auto r = op(a, bytesToFloat<G>(b1, isSigned), bytesToFloat<G>(b2, isSigned));
-        if constexpr (Blend)
-          hn::StoreU(hn::IfThenElse(maskGroup<G>(nz), r, opaque(a)), df, acc + at + 4 * G);
-        else
-          hn::StoreU(r, df, acc + at + 4 * G);
-      };
-      group(std::integral_constant<int, 0>{});
-      group(std::integral_constant<int, 1>{});
-      group(std::integral_constant<int, 2>{});
-      group(std::integral_constant<int, 3>{});
-    };
     for (; x + 16 <= w; x += 16) {
-      if constexpr (Masked)
-        masked16(m + x, [&](auto blendC, hn::Vec<D8> nz) { sixteen(blendC, x, nz); });
-      else
-        sixteen(std::false_type{}, x, hn::Zero(d8));
+      const auto b1 = hn::LoadU(d8, reinterpret_cast<const uint8_t*>(s1 + x));
+      const auto b2 = hn::LoadU(d8, reinterpret_cast<const uint8_t*>(s2 + x));
+      const auto nz = Masked ? hn::VecFromMask(d8, hn::Ne(hn::LoadU(d8, m + x), hn::Zero(d8))) : hn::Zero(d8);
+      accGroup<0, Masked, S>(b1, b2, nz, acc + x, op);
+      accGroup<1, Masked, S>(b1, b2, nz, acc + x, op);
+      accGroup<2, Masked, S>(b1, b2, nz, acc + x, op);
+      accGroup<3, Masked, S>(b1, b2, nz, acc + x, op);
     }
 #endif
   } else {
-    const int n = (int)hn::Lanes(df);
-    const auto vector = [&](auto blendC, int at) {
-      const auto a = hn::LoadU(df, acc + at);
-      const auto r = op(a, loadAsFloat(s1 + at), loadAsFloat(s2 + at));
-      if constexpr (decltype(blendC)::value)
-        hn::StoreU(hn::IfThenElse(loadMask(m + at), r, opaque(a)), df, acc + at);
-      else
-        hn::StoreU(r, df, acc + at);
-    };
-    if constexpr (Masked) {
-      // Sixteen pixels at a time, as for 8-bit rows.
-      if (n <= 16 && 16 % n == 0)
-        for (; x + 16 <= w; x += 16)
-          masked16(m + x, [&](auto blendC, auto) {
-            for (int i = 0; i < 16; i += n) vector(blendC, x + i);
-          });
+    const int n = (int)hn::Lanes(DF());
+    // Stores that straddle two cache lines cost about twice as much as
+    // whole ones (a whole 64-byte vector straddles on every store when the
+    // accumulator sits 16 bytes off a line, as a large block from the C
+    // allocator does): one vector ahead of the loop takes the pixels up to
+    // the next vector boundary of the accumulator.
+    const int head = (int)((0u - (unsigned)reinterpret_cast<uintptr_t>(acc)) % (unsigned)(n * 4)) / 4;
+    if (head && w >= 2 * n && reinterpret_cast<uintptr_t>(acc) % 4 == 0) {
+      accHead<Masked>(s1, s2, m, acc, head, op);
+      x = head;
     }
-    for (; x + n <= w; x += n) vector(std::bool_constant<Masked>{}, x);
+    for (; x + 4 * n <= w; x += 4 * n) {
+      accVector<Masked>(s1, s2, m, acc, x, op);
+      accVector<Masked>(s1, s2, m, acc, x + n, op);
+      accVector<Masked>(s1, s2, m, acc, x + 2 * n, op);
+      accVector<Masked>(s1, s2, m, acc, x + 3 * n, op);
+    }
+    for (; x + n <= w; x += n) accVector<Masked>(s1, s2, m, acc, x, op);
   }
 #endif
   for (; x < w; ++x)
@@ -297,6 +321,12 @@ HWY_EXPORT(absDiffRows32f);
 
 namespace {
 
+// Row bands from 262144 pixels on, for every member that threads. The
+// kernels stream about 10 bytes per pixel, so a band of a quarter million
+// pixels takes some 100 us on one core, while opening and joining a team
+// of two costs a few us: at 1920x1080 (two bands of about a million
+// pixels) two threads are never slower than one unless the second core is
+// busy with other work.
 constexpr long long kThreadArea = 262144;
 
 bool threadedArea(KvpiSize roi) { return (long long)roi.width * roi.height >= kThreadArea; }

@@ -16,6 +16,7 @@
 
 #ifndef KVP_MOTION_HISTORY_COMMON_
 #define KVP_MOTION_HISTORY_COMMON_
+#include <cstdint>
 #include <type_traits>
 
 #include "frame/bodies.h"
@@ -56,6 +57,28 @@ void updateRow(const S* sil, float* mhi, int w, float ts, float limit) {
     const auto h = hn::LoadU(df, p);
     hn::StoreU(hn::IfThenElse(still, hn::IfThenZeroElse(hn::Lt(h, vlimit), h), vts), df, p);
   };
+  // One vector of n pixels at x, the still mask widened from the
+  // silhouette's own elements.
+  const auto vector = [&](int at) {
+    hn::Mask<DF> still;
+    if constexpr (std::is_same_v<S, float>) {
+      still = hn::Eq(hn::LoadU(df, sil + at), hn::Zero(df));
+    } else {
+      const hn::Rebind<S, DF> ds;
+      still = hn::RebindMask(df, hn::Eq(hn::PromoteTo(di, hn::LoadU(ds, sil + at)), hn::Zero(di)));
+    }
+    select(still, mhi + at);
+  };
+  // The update is idempotent (a second pass over the same silhouette leaves
+  // every bit as the first wrote it), so the first vector may overlap the
+  // next: it runs unaligned at 0, and the rest of the row starts at the
+  // history's next vector boundary, where no store straddles two cache
+  // lines.
+  const int head = (int)((0u - (unsigned)reinterpret_cast<uintptr_t>(mhi)) % (unsigned)(n * 4)) / 4;
+  if (head && w >= 2 * n && reinterpret_cast<uintptr_t>(mhi) % 4 == 0) {
+    vector(0);
+    x = head;
+  }
   if constexpr (sizeof(S) == 1 && kByteShuffleRows) {
 #if HWY_TARGET == HWY_SSSE3 || HWY_TARGET == HWY_SSE4
     // Sixteen pixels per step: one byte compare, one shuffle per group.
@@ -89,16 +112,7 @@ void updateRow(const S* sil, float* mhi, int w, float ts, float limit) {
       select(hn::RebindMask(df, hn::MaskFromVec(hi)), mhi + x + n);
     }
   }
-  for (; x + n <= w; x += n) {
-    hn::Mask<DF> still;
-    if constexpr (std::is_same_v<S, float>) {
-      still = hn::Eq(hn::LoadU(df, sil + x), hn::Zero(df));
-    } else {
-      const hn::Rebind<S, DF> ds;
-      still = hn::RebindMask(df, hn::Eq(hn::PromoteTo(di, hn::LoadU(ds, sil + x)), hn::Zero(di)));
-    }
-    select(still, mhi + x);
-  }
+  for (; x + n <= w; x += n) vector(x);
 #endif
   for (; x < w; ++x) mhi[x] = updateOne(sil[x], mhi[x], ts, limit);
 }
@@ -146,6 +160,9 @@ KvpStatus update(const S* sil, int silStep, float* mhi, int mhiStep, KvpiSize ro
   if (KvpStatus st = checkPlanes(roi, {plane(sil, silStep), plane(mhi, mhiStep)})) return st;
   if (duration < 0.f) return kvpStsOutOfRange;
   const float limit = ts - duration;
+  // Always on the calling thread, whatever the thread count (the update
+  // streams 5 to 8 bytes per pixel and is bound by memory, not by the core),
+  // so two threads can never be slower than one.
   const auto kernel = updateKernel<S>();
   for (int y = 0; y < roi.height; ++y)
     kernel(rowAt(sil, silStep, y), rowAt(mhi, mhiStep, y), roi.width, ts, limit);
