@@ -265,6 +265,12 @@ HWY_EXPORT(columnBand);
 #define KVP_FILTER_KERNEL(fn) (&plain::fn)
 #endif
 
+// The chosen target's kernels, named from inside this namespace: a build
+// with one static target names the per-target namespace unqualified, which
+// is ambiguous from code that also sees kvp's own.
+auto rowKernel() { return KVP_FILTER_KERNEL(rowBand); }
+auto columnKernel() { return KVP_FILTER_KERNEL(columnBand); }
+
 void column32fRows(const Kvp32f* const* rows, Kvp32f* dst, int dstStep, KvpiSize roi, const Kvp32f* kernel,
                    int k, int ch) {
   ColumnJob j{};
@@ -276,7 +282,7 @@ void column32fRows(const Kvp32f* const* rows, Kvp32f* dst, int dstStep, KvpiSize
   j.taps = kernel;
   j.route = kRouteF32;
   j.dstElem = kElem32f;
-  KVP_FILTER_KERNEL(columnBand)(j, 0, roi.height);
+  columnKernel()(j, 0, roi.height);
 }
 
 }  // namespace kvp::filt
@@ -328,7 +334,7 @@ void rowRun(RowJob& j) {
   // Part 1 of the buffer (per-thread pointer arrays) sized for the threads
   // that may run; the work areas follow it.
   j.part1 = (long long)(threaded ? n : 1) * (8LL * (j.roi.height + j.k) + 32);
-  const auto kernel = KVP_FILTER_KERNEL(rowBand);
+  const auto kernel = rowKernel();
   forRowBands(j.roi.height, threaded, [&](int y0, int rows, int t) { kernel(j, y0, rows, t); });
 }
 
@@ -396,7 +402,7 @@ KvpStatus row32f(const Kvp32f* src, int srcStep, Kvp32f** dst, KvpiSize roi, con
 // ---- integer column passes ---------------------------------------------------
 
 void columnRun(const ColumnJob& j, KvpiSize roi) {
-  const auto kernel = KVP_FILTER_KERNEL(columnBand);
+  const auto kernel = columnKernel();
   columnBands(roi, columnThreaded(roi, j.k), [&](int y0, int count) { kernel(j, y0, count); });
 }
 

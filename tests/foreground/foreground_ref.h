@@ -83,6 +83,7 @@ inline KvpStatus classifyStatus(bool anyNull, bool tagOk, int width, int C, int 
 
 // Shadow test of colour I against reference R.
 inline bool shadow(int C, const float* I, const float* R, float bright, float detect) {
+  C = C < 3 ? C : 3;  // pixels hold at most three channels
   float m2 = R[0] * R[0];
   for (int c = 1; c < C; ++c) m2 = m2 + R[c] * R[c];
   if (m2 == 0.f) return false;
