@@ -401,15 +401,11 @@ HWY_EXPORT(flatBandRows);
 
 namespace {
 
-template <class T, class Op, Post P>
-void runFlat(MorphHead* h, const T* src, int srcStep, T* dst, int dstStep, const T* other, int otherStep,
-             int W, int H, int cn) {
-  const FlatJob job{h,         src, srcStep, dst, dstStep,     other,
-                    otherStep, W,   H,       cn,  typeId<T>(), std::is_same_v<Op, MaxOp<T>>,
-                    P};
-  const auto band = KVP_ROWS(flatBandRows);
-  forRowBands(
-      H, threadedCall(h, W, H), [&](int y0, int rows, int t) { band(job, y0, rows, t); }, h->slices);
+// One pass over the whole ROI (band rows through slice t).
+template <class T>
+FlatJob job(MorphHead* h, bool dilate, Post post, const T* src, int srcStep, T* dst, int dstStep,
+            const T* other, int otherStep, int W, int H, int cn) {
+  return FlatJob{h, src, srcStep, dst, dstStep, other, otherStep, W, H, cn, typeId<T>(), dilate, post};
 }
 
 inline bool anyMember(const Kvp8u* m, KvpiSize maskSize) {
@@ -474,37 +470,78 @@ KvpStatus erodeDilate(const T* pSrc, int srcStep, T* pDst, int dstStep, KvpiSize
                       KvpiMorphState* pState) {
   MorphHead* h = nullptr;
   if (KvpStatus s = checkCall<T, CN>(kFlat, pSrc, srcStep, pDst, dstStep, roi, border, pState, &h)) return s;
-  if (Dilate)
-    runFlat<T, MaxOp<T>, Post::Copy>(h, pSrc, srcStep, pDst, dstStep, nullptr, 0, roi.width, roi.height, CN);
-  else
-    runFlat<T, MinOp<T>, Post::Copy>(h, pSrc, srcStep, pDst, dstStep, nullptr, 0, roi.width, roi.height, CN);
+  const FlatJob j =
+      job<T>(h, Dilate, Post::Copy, pSrc, srcStep, pDst, dstStep, nullptr, 0, roi.width, roi.height, CN);
+  const auto band = KVP_ROWS(flatBandRows);
+  forRowBands(
+      roi.height, threadedCall(h, roi.width, roi.height),
+      [&](int y0, int rows, int t) { band(j, y0, rows, t); }, h->slices);
   return kvpStsOk;
 }
 
 enum class Adv { Open, Close, Tophat, Blackhat, Gradient };
+
+// Bytes of intermediate rows one strip of the single-thread derived
+// operations makes before its second stage consumes them (they are read
+// back from the core's cache, not from memory).
+constexpr long long kStripBytes = 256 << 10;
 
 template <class T, int CN, Adv A>
 KvpStatus derived(const T* pSrc, int srcStep, T* pDst, int dstStep, KvpiSize roi, KvpiBorderType border,
                   KvpiMorphAdvState* pState) {
   MorphHead* h = nullptr;
   if (KvpStatus s = checkCall<T, CN>(kAdv, pSrc, srcStep, pDst, dstStep, roi, border, pState, &h)) return s;
-  using Min = MinOp<T>;
-  using Max = MaxOp<T>;
   T* im = reinterpret_cast<T*>(baseOf(h) + h->imOff);
   const int is = (int)h->imStep, W = roi.width, H = roi.height;
-  constexpr bool firstMin = A == Adv::Open || A == Adv::Tophat || A == Adv::Gradient;
-  if (firstMin)
-    runFlat<T, Min, Post::Copy>(h, pSrc, srcStep, im, is, nullptr, 0, W, H, CN);
-  else
-    runFlat<T, Max, Post::Copy>(h, pSrc, srcStep, im, is, nullptr, 0, W, H, CN);
-  if constexpr (A == Adv::Open) runFlat<T, Max, Post::Copy>(h, im, is, pDst, dstStep, nullptr, 0, W, H, CN);
-  if constexpr (A == Adv::Close) runFlat<T, Min, Post::Copy>(h, im, is, pDst, dstStep, nullptr, 0, W, H, CN);
+  constexpr bool firstMax = A == Adv::Close || A == Adv::Blackhat;
+  // Stage 1: Im = erosion (dilation) of the source; stage 2 the table of
+  // the derived operations, its subtraction fused with the last extremum.
+  const FlatJob s1 = job<T>(h, firstMax, Post::Copy, pSrc, srcStep, im, is, nullptr, 0, W, H, CN);
+  FlatJob s2;
+  if constexpr (A == Adv::Open || A == Adv::Close)
+    s2 = job<T>(h, !firstMax, Post::Copy, im, is, pDst, dstStep, nullptr, 0, W, H, CN);
   if constexpr (A == Adv::Tophat)
-    runFlat<T, Max, Post::OtherMinus>(h, im, is, pDst, dstStep, pSrc, srcStep, W, H, CN);
+    s2 = job<T>(h, true, Post::OtherMinus, im, is, pDst, dstStep, pSrc, srcStep, W, H, CN);
   if constexpr (A == Adv::Blackhat)
-    runFlat<T, Min, Post::MinusOther>(h, im, is, pDst, dstStep, pSrc, srcStep, W, H, CN);
+    s2 = job<T>(h, false, Post::MinusOther, im, is, pDst, dstStep, pSrc, srcStep, W, H, CN);
   if constexpr (A == Adv::Gradient)
-    runFlat<T, Max, Post::MinusOther>(h, pSrc, srcStep, pDst, dstStep, im, is, W, H, CN);
+    s2 = job<T>(h, true, Post::MinusOther, pSrc, srcStep, pDst, dstStep, im, is, W, H, CN);
+  const auto band = KVP_ROWS(flatBandRows);
+  if (threadedCall(h, W, H)) {
+    // Both stages in one team: every band makes its Im rows, the barrier
+    // waits for the neighbours' rows that stage 2 reads. Every thread has
+    // rows (H >= team), so every thread reaches the barrier.
+    const bool everyBand = H >= std::min(ownGetNumThreads(), h->slices);
+    forRowBands(
+        H, true,
+        [&](int y0, int rows, int t) {
+          band(s1, y0, rows, t);
+          if (everyBand) {
+#pragma omp barrier
+            band(s2, y0, rows, t);
+          }
+        },
+        h->slices);
+    if (!everyBand)
+      forRowBands(
+          H, true, [&](int y0, int rows, int t) { band(s2, y0, rows, t); }, h->slices);
+    return kvpStsOk;
+  }
+  // One thread: strips of Im rows, each consumed by stage 2 as far as its
+  // rows are complete (stage 2 of row y reads Im rows up to y + last, the
+  // gradient only row y).
+  const long long last = A == Adv::Gradient ? 0 : (long long)h->by0 - h->ay + h->bh - 1;
+  const long long rowBytes = (long long)W * CN * (long long)sizeof(T);
+  const int strip = (int)std::clamp<long long>(kStripBytes / rowBytes, 4LL * h->bh, H);
+  int done1 = 0, done2 = 0;
+  while (done2 < H) {
+    const int b = std::min(H, done1 + strip);
+    band(s1, done1, b - done1, 0);
+    done1 = b;
+    const int d = b == H ? H : (int)std::clamp<long long>(b - last, done2, H);
+    if (d > done2) band(s2, done2, d - done2, 0);
+    done2 = d;
+  }
   return kvpStsOk;
 }
 

@@ -179,6 +179,7 @@ void sweep() {
   for (const auto& f : table<T>()) {
     check(f, mask(3, 3, 1, 1), big, rng, kvt::threadCounts());
     if (f.cn == 1) check(f, masks()[7], big, rng, kvt::threadCounts());
+    if (f.cn == 4) check(f, masks()[11], big, rng, {1});  // several strips of the derived operations
   }
 }
 
