@@ -234,11 +234,28 @@ void flatBand(MorphHead* h, int t, const T* src, int srcStep, int W, int H, int 
   if (h->rect) {
     T* bord = row(0);
     // Horizontal extremum of virtual row s into d (returns where it is).
+    // Short windows read the source directly where every tap lies inside
+    // the ROI (pixels lo .. hi - 1) and border only the pieces at the ends.
+    const int lo = std::clamp(-dx, 0, W), hi = std::clamp(W - dx - bw + 1, lo, W);
     auto hrow = [&](long long s, T* d) -> const T* {
+      const T* sr = srcRow(s);
+      if (bw > 1 && bw <= kBatch) {
+        withCount(bw, [&](auto K) {
+          hextDirect<T, Op, K>(d + (long long)lo * cn, sr + (long long)(lo + dx) * cn, (hi - lo) * cn, cn);
+          if (lo > 0) {
+            borderRow<T>(bord, sr, W, cn, dx, lo + bw - 1);
+            hextDirect<T, Op, K>(d, bord, lo * cn, cn);
+          }
+          if (hi < W) {
+            borderRow<T>(bord, sr, W, cn, dx + hi, W - hi + bw - 1);
+            hextDirect<T, Op, K>(d + (long long)hi * cn, bord, (W - hi) * cn, cn);
+          }
+        });
+        return d;
+      }
       T* b = bw == 1 ? d : bord;
-      borderRow<T>(b, srcRow(s), W, cn, dx, lenPix);
-      const T* r = hext<T, Op>(d, b, W, cn, bw);
-      return r;
+      borderRow<T>(b, sr, W, cn, dx, lenPix);
+      return hext<T, Op>(d, b, W, cn, bw);
     };
     const long long s0 = (long long)y0 + dy;
     if (bh <= kBatch) {
