@@ -246,14 +246,15 @@ inline KvpStatus checkCall(Family f, const T* pSrc, int srcStep, T* pDst, int ds
 
 // ---- drivers -----------------------------------------------------------------
 
-// Whether a call of W x H with this state opens a parallel region: from
-// n x 32768 pixels, n = min(thread count, S). Measured on the cheapest
-// pass (8u C1, 3x3, AVX-512, best of 150 calls on a 2-core machine): at
-// 1920 x 35 (67200 pixels) two threads take as long as one (6 us), at
-// 1920 x 68 5 us against 8, at 1920 x 1080 71 us against 138; every other
-// pass does more work per pixel, so the same area pays off for it too.
-// When another process holds the second core, a region waits for its
-// thread (milliseconds on a loaded machine) whatever the size.
+// Whether a call of W x H with this state opens a parallel region: from n x
+// 32768 pixels, n = min(thread count, S). Measured on the cheapest pass (8u
+// C1, 3x3, AVX-512, best of 150 calls on a 2-core machine): at 1920 x 35
+// (67200 pixels) two threads take as long as one (6 us), at 1920 x 68 5 us
+// against 8, at 1920 x 1080 71 us against 138 (median of 100 calls with the
+// machine otherwise idle: 77 us against 151; 32f: 363 against 682); every
+// other pass does more work per pixel, so the same area pays off for it too.
+// When another process holds the second core, a region waits for its thread
+// (milliseconds on a loaded machine) whatever the size.
 inline bool threadedCall(const MorphHead* h, int W, int H) {
   const int n = std::min(ownGetNumThreads(), h->slices);
   return n > 1 && (long long)W * H >= (long long)n * 32768;
