@@ -8,7 +8,9 @@
 // Morph/<operation>/<type>/<mask>/<side>. With OpenCV present, every kvpCV
 // setup first compares its result with the peer's and reports an error on
 // a difference.
+#include <map>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "bench_photo.h"
@@ -49,6 +51,16 @@ void args(benchmark::internal::Benchmark* b) {
 
 // ---- flat and derived ---------------------------------------------------------
 
+// The random source of a size and layout, made once per process (a
+// benchmark's setup runs for every batch of iterations).
+template <class T>
+const std::vector<T>& sourcePlane(int w, int h, int cn) {
+  static std::map<std::tuple<int, int, int>, std::vector<T>> cache;
+  auto& v = cache[{w, h, cn}];
+  if (v.empty()) v = kvpb::randomPlane<T>(w, h, cn);
+  return v;
+}
+
 enum Kind { kErode, kDilate, kOpen, kClose, kTophat, kBlackhat, kGradient };
 const char* const kKindNames[] = {"Erode", "Dilate", "Open", "Close", "Tophat", "Blackhat", "Gradient"};
 
@@ -78,7 +90,7 @@ void cvOp(Kind k, const cv::Mat& src, cv::Mat& dst, const cv::Mat& K) {
 template <class T>
 void flatKvp(benchmark::State& st, FlatFns<T> f, Kind k, const MaskDef* md) {
   kvpb::Setup s(st);
-  const auto src = kvpb::randomPlane<T>(s.width, s.height, f.cn);
+  const auto& src = sourcePlane<T>(s.width, s.height, f.cn);
   std::vector<T> dst(src.size());
   const int step = s.width * f.cn * (int)sizeof(T);
   const KvpiSize ms{md->w, md->h};
@@ -113,7 +125,7 @@ void flatKvp(benchmark::State& st, FlatFns<T> f, Kind k, const MaskDef* md) {
 template <class T>
 void flatCv(benchmark::State& st, FlatFns<T> f, Kind k, const MaskDef* md) {
   kvpb::Setup s(st);
-  auto src = kvpb::randomPlane<T>(s.width, s.height, f.cn);
+  const auto& src = sourcePlane<T>(s.width, s.height, f.cn);
   const int step = s.width * f.cn * (int)sizeof(T);
   cv::Mat cs(s.height, s.width, CV_MAKETYPE(f.cvType, f.cn), (void*)src.data(), step), cd;
   const cv::Mat K(md->h, md->w, CV_8U, (void*)md->m.data());

@@ -5,6 +5,7 @@
 // guard bytes, states in caller memory at any alignment, statuses in order.
 #include "harness.h"
 #include "morph_ref.h"
+#include "targets.h"
 
 namespace {
 
@@ -55,8 +56,8 @@ Mask mask(int w, int h, int ax, int ay, std::vector<uint8_t> m = {}) {
   return Mask{w, h, ax, ay, m};
 }
 
-// Masks for every route: 1x1, short and long rectangles (direct and van
-// Herk), a disc, rows of runs of lengths 1..11 (the cached window level and
+// Masks for every route: 1x1, short, long and wide rectangles (direct,
+// doubling and van Herk), a disc, rows of runs of lengths 1..11 (the cached window level and
 // recomputed ones), columns 2-4 of rows 0-2 of a 5x5 box, scattered members
 // away from the anchor.
 std::vector<Mask> masks() {
@@ -69,6 +70,11 @@ std::vector<Mask> masks() {
                                  1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
   v.push_back(mask(5, 5, 2, 2, {0, 0, 1, 1, 1, 0, 0, 1, 1, 1, 0, 0, 1, 1, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}));
   v.push_back(mask(6, 4, 0, 3, {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 7, 0, 0, 9, 0, 0, 0, 0, 0, 0}));
+  // Wide and tall rectangles, and runs of 41, 20 and 17 members.
+  v.push_back(mask(37, 2, 30, 1));
+  v.push_back(mask(2, 21, 1, 3));
+  v.push_back(mask(41, 3, 20, 1));
+  for (int i = 0; i < 41; ++i) v.back().m[41 + i] = i != 20, v.back().m[82 + i] = i < 17;
   return v;
 }
 
@@ -150,20 +156,30 @@ void check(const Fns<T>& f, const Mask& k, KvpiSize roi, kvt::Rng& rng, const st
     }
 }
 
+// Every compiled vector target on odd widths past one vector; the library's
+// own target also on the other sizes, at several thread counts, and above
+// the threading threshold with bands of unequal height.
 template <class T>
 void sweep() {
   kvt::Rng rng = kvt::makeRng(sizeof(T));
+  for (int64_t target : kvt::vectorTargets()) {
+    kvt::Target scope(target);
+    SCOPED_TRACE(kvt::targetName(target));
+    for (const auto& f : table<T>())
+      for (const Mask& k : masks())
+        check(f, k, kvt::smallRun() ? KvpiSize{21, 9} : KvpiSize{67, 25}, rng, {1});
+  }
   std::vector<KvpiSize> sizes = {{1, 1}, {7, 1}, {1, 6}, {23, 17}};
-  if (!kvt::smallRun()) sizes.insert(sizes.end(), {{2, 3}, {67, 40}});
+  if (!kvt::smallRun()) sizes.push_back({2, 3});
   for (const auto& f : table<T>())
     for (const Mask& k : masks())
       for (KvpiSize roi : sizes)
         check(f, k, roi, rng, roi.width == 23 ? kvt::threadCounts() : std::vector<int>{1});
-  // Above the threading threshold, bands of unequal height.
   const KvpiSize big = kvt::smallRun() ? KvpiSize{70, 50} : KvpiSize{331, 299};
   for (const auto& f : table<T>()) {
     check(f, mask(3, 3, 1, 1), big, rng, kvt::threadCounts());
     if (f.cn == 1) check(f, masks()[7], big, rng, kvt::threadCounts());
+    if (f.cn == 4) check(f, masks()[11], big, rng, {1});  // several strips of the derived operations
   }
 }
 
