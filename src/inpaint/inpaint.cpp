@@ -59,7 +59,7 @@ inline int halfExtent(double radius, int extent) {
 inline long long rowCount(int dy, int rx, double r2) {
   const double left = r2 - (double)dy * dy;
   if (left < 0) return 0;
-  long long k = std::min<long long>(rx, (long long)std::sqrt(left));
+  long long k = (long long)std::min((double)rx, std::sqrt(left));  // in double: the root may pass any integer
   while (k < rx && (double)(k + 1) * (k + 1) + (double)dy * dy <= r2) ++k;
   while (k >= 0 && (double)k * k + (double)dy * dy > r2) --k;
   return k < 0 ? 0 : 2 * k + 1;
