@@ -156,6 +156,18 @@ class Reader {
   size_t n_;
 };
 
+// Whether n floats agree bit for bit, a NaN matching any NaN: where two NaN
+// operands meet, which payload an addition passes on depends on the order
+// in which the compiler placed the operands, so only NaN-ness is fixed.
+inline bool sameFloats(const float* want, const void* got, size_t n) {
+  for (size_t i = 0; i < n; ++i) {
+    float g;
+    std::memcpy(&g, static_cast<const uint8_t*>(got) + i * sizeof g, sizeof g);
+    if (std::isnan(want[i]) ? !std::isnan(g) : std::memcmp(&want[i], &g, sizeof g) != 0) return false;
+  }
+  return true;
+}
+
 // True for every status the library may return.
 inline bool isLibraryStatus(KvpStatus s) {
   static const KvpStatus table[] = {
