@@ -27,20 +27,18 @@ KvpStatus KVP_BODY(kvpiCannyGetSize)(KvpiSize roiSize, int* pBufferSize) {
   if (KvpStatus s = kvp::checkSize(roiSize)) return s;
   const long long W = roiSize.width, H = roiSize.height, n = kvp::edges::teamSize();
   if (W * H > 0x7fffffffLL) return kvpStsBadSize;  // the sum below would overflow first
-  return kvp::edges::storeSize(kvp::edges::a64((W + 2) * (H + 2)) + 4 * W * H + n * (24 * (W + 2) + 64) + 64,
-                               pBufferSize);
+  return kvp::storeBufferSize(kvp::edges::a64((W + 2) * (H + 2)) + 4 * W * H + n * (24 * (W + 2) + 64) + 64,
+                              pBufferSize);
 }
 
 KvpStatus KVP_BODY(kvpiCannyBorderGetSize)(KvpiSize roiSize, KvpiDifferentialKernel filterType,
                                            KvpiMaskSize mask, int* pBufferSize) {
   if (!pBufferSize) return kvpStsNullPtr;
   if (KvpStatus s = kvp::checkSize(roiSize)) return s;
-  if (KvpStatus s =
-          kvp::edges::checkCannyKernel(kvp::edges::enumValue(filterType), kvp::edges::enumValue(mask)))
-    return s;
+  if (KvpStatus s = kvp::edges::checkCannyKernel(kvp::enumArg(filterType), kvp::enumArg(mask))) return s;
   const long long W = roiSize.width, H = roiSize.height, n = kvp::edges::teamSize();
   if (W * H > 0x7fffffffLL) return kvpStsBadSize;
-  return kvp::edges::storeSize(
+  return kvp::storeBufferSize(
       kvp::edges::a64((W + 2) * (H + 2)) + 4 * W * H + n * kvp::edges::cannyBorderSlice((int)W) + 64,
       pBufferSize);
 }
@@ -67,23 +65,20 @@ KvpStatus KVP_BODY(kvpiCannyBorder_8u_C1R)(const Kvp8u* pSrc, int srcStep, Kvp8u
   if (KvpStatus s =
           kvp::checkPlanes(roiSize, {kvp::plane(pSrc, srcStep), kvp::plane(pDst, dstStep)}, {pBuffer}))
     return s;
-  if (KvpStatus s =
-          kvp::edges::checkCannyKernel(kvp::edges::enumValue(filterType), kvp::edges::enumValue(mask)))
-    return s;
-  const int border = kvp::edges::enumValue(borderType), nm = kvp::edges::enumValue(norm);
+  if (KvpStatus s = kvp::edges::checkCannyKernel(kvp::enumArg(filterType), kvp::enumArg(mask))) return s;
+  const int border = kvp::enumArg(borderType), nm = kvp::enumArg(norm);
   if (border < 0 || border > 4) return kvpStsBadArg;
   if (KvpStatus s = kvp::edges::checkCannyThresholds(lowThresh, highThresh)) return s;
   if (nm != kvpiNormL1 && nm != kvpiNormL2) return kvpStsBadArg;
   const double a = lowThresh < 32767.0f ? lowThresh : 32767.0,
                b = highThresh < 32767.0f ? highThresh : 32767.0;
   if (nm == kvpiNormL2)
-    kernels().borderL2(kvp::edges::enumValue(filterType), kvp::edges::enumValue(mask), pSrc, srcStep, pDst,
-                       dstStep, roiSize, border, borderValue, (uint32_t)std::floor(a * a),
-                       (uint32_t)std::floor(b * b), pBuffer);
+    kernels().borderL2(kvp::enumArg(filterType), kvp::enumArg(mask), pSrc, srcStep, pDst, dstStep, roiSize,
+                       border, borderValue, (uint32_t)std::floor(a * a), (uint32_t)std::floor(b * b),
+                       pBuffer);
   else
-    kernels().borderL1(kvp::edges::enumValue(filterType), kvp::edges::enumValue(mask), pSrc, srcStep, pDst,
-                       dstStep, roiSize, border, borderValue, (uint32_t)std::floor(a),
-                       (uint32_t)std::floor(b), pBuffer);
+    kernels().borderL1(kvp::enumArg(filterType), kvp::enumArg(mask), pSrc, srcStep, pDst, dstStep, roiSize,
+                       border, borderValue, (uint32_t)std::floor(a), (uint32_t)std::floor(b), pBuffer);
   return kvpStsOk;
 }
 

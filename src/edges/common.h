@@ -21,23 +21,6 @@ inline bool threadedFor(KvpiSize roi) {
   return n > 1 && (long long)roi.width * roi.height >= (long long)n * 32768;
 }
 
-// The value a caller passed for an enumeration, read without an
-// enumeration-typed load (callers may pass values outside the enumerators).
-template <class E>
-inline int enumValue(const E& e) {
-  static_assert(sizeof(E) == sizeof(int));
-  int v;
-  std::memcpy(&v, &e, sizeof v);
-  return v;
-}
-
 inline long long a64(long long v) { return (v + 63) & ~63LL; }
-
-// Stores a 64-bit size, or fails with kvpStsBadSize when it exceeds int.
-inline KvpStatus storeSize(long long bytes, int* p) {
-  if (bytes > 0x7fffffffLL) return kvpStsBadSize;
-  *p = (int)bytes;
-  return kvpStsOk;
-}
 
 }  // namespace kvp::edges

@@ -238,7 +238,7 @@ KvpStatus querySize(KvpiSize roi, int kern, int aperture, int avg, int* pSize) {
   if (KvpStatus s = kvp::checkSize(roi)) return s;
   if (KvpStatus s = checkKernel(kern, aperture, avg)) return s;
   const long long n = kvp::edges::teamSize();
-  return kvp::edges::storeSize(n * sliceBytes(roi.width, avg, aperture) + 64, pSize);
+  return kvp::storeBufferSize(n * sliceBytes(roi.width, avg, aperture) + 64, pSize);
 }
 
 template <int M, class S>
@@ -277,10 +277,10 @@ KvpStatus measure(const S* pSrc, int srcStep, float* pDst, int dstStep, KvpiSize
 
 extern "C" {
 
-#define KVP_EIG_QUERY(NAME)                                                                           \
-  KvpStatus KVP_BODY(NAME)(KvpiSize roiSize, KvpiDifferentialKernel kernType, int apertureSize,       \
-                           int avgWindow, int* pBufferSize) {                                         \
-    return querySize(roiSize, kvp::edges::enumValue(kernType), apertureSize, avgWindow, pBufferSize); \
+#define KVP_EIG_QUERY(NAME)                                                                     \
+  KvpStatus KVP_BODY(NAME)(KvpiSize roiSize, KvpiDifferentialKernel kernType, int apertureSize, \
+                           int avgWindow, int* pBufferSize) {                                   \
+    return querySize(roiSize, kvp::enumArg(kernType), apertureSize, avgWindow, pBufferSize);    \
   }
 KVP_EIG_QUERY(kvpiMinEigenValGetBufferSize_8u32f_C1R)
 KVP_EIG_QUERY(kvpiMinEigenValGetBufferSize_32f_C1R)
@@ -294,40 +294,40 @@ KvpStatus KVP_BODY(kvpiMinEigenVal_8u32f_C1R)(const Kvp8u* pSrc, int srcStep, Kv
                                               int minValStep, KvpiSize roiSize,
                                               KvpiDifferentialKernel kernType, int apertureSize,
                                               int avgWindow, Kvp8u* pBuffer) {
-  return measure<kMinEig>(pSrc, srcStep, pMinEigenVal, minValStep, roiSize, kvp::edges::enumValue(kernType),
+  return measure<kMinEig>(pSrc, srcStep, pMinEigenVal, minValStep, roiSize, kvp::enumArg(kernType),
                           apertureSize, avgWindow, 0, 0, pBuffer);
 }
 KvpStatus KVP_BODY(kvpiMinEigenVal_32f_C1R)(const Kvp32f* pSrc, int srcStep, Kvp32f* pMinEigenVal,
                                             int minValStep, KvpiSize roiSize, KvpiDifferentialKernel kernType,
                                             int apertureSize, int avgWindow, Kvp8u* pBuffer) {
-  return measure<kMinEig>(pSrc, srcStep, pMinEigenVal, minValStep, roiSize, kvp::edges::enumValue(kernType),
+  return measure<kMinEig>(pSrc, srcStep, pMinEigenVal, minValStep, roiSize, kvp::enumArg(kernType),
                           apertureSize, avgWindow, 0, 0, pBuffer);
 }
 KvpStatus KVP_BODY(kvpiEigenValsVecs_8u32f_C1R)(const Kvp8u* pSrc, int srcStep, Kvp32f* pEigenVV, int eigStep,
                                                 KvpiSize roiSize, KvpiDifferentialKernel kernType,
                                                 int apertureSize, int avgWindow, Kvp8u* pBuffer) {
-  return measure<kEigVV>(pSrc, srcStep, pEigenVV, eigStep, roiSize, kvp::edges::enumValue(kernType),
-                         apertureSize, avgWindow, 0, 0, pBuffer);
+  return measure<kEigVV>(pSrc, srcStep, pEigenVV, eigStep, roiSize, kvp::enumArg(kernType), apertureSize,
+                         avgWindow, 0, 0, pBuffer);
 }
 KvpStatus KVP_BODY(kvpiEigenValsVecs_32f_C1R)(const Kvp32f* pSrc, int srcStep, Kvp32f* pEigenVV, int eigStep,
                                               KvpiSize roiSize, KvpiDifferentialKernel kernType,
                                               int apertureSize, int avgWindow, Kvp8u* pBuffer) {
-  return measure<kEigVV>(pSrc, srcStep, pEigenVV, eigStep, roiSize, kvp::edges::enumValue(kernType),
-                         apertureSize, avgWindow, 0, 0, pBuffer);
+  return measure<kEigVV>(pSrc, srcStep, pEigenVV, eigStep, roiSize, kvp::enumArg(kernType), apertureSize,
+                         avgWindow, 0, 0, pBuffer);
 }
 KvpStatus KVP_BODY(kvpiHarrisCorner_8u32f_C1R)(const Kvp8u* pSrc, int srcStep, Kvp32f* pDst, int dstStep,
                                                KvpiSize roiSize, KvpiDifferentialKernel kernType,
                                                int apertureSize, int avgWindow, Kvp32f k, Kvp32f scale,
                                                Kvp8u* pBuffer) {
-  return measure<kHarris>(pSrc, srcStep, pDst, dstStep, roiSize, kvp::edges::enumValue(kernType),
-                          apertureSize, avgWindow, (double)k, (double)scale, pBuffer);
+  return measure<kHarris>(pSrc, srcStep, pDst, dstStep, roiSize, kvp::enumArg(kernType), apertureSize,
+                          avgWindow, (double)k, (double)scale, pBuffer);
 }
 KvpStatus KVP_BODY(kvpiHarrisCorner_32f_C1R)(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst, int dstStep,
                                              KvpiSize roiSize, KvpiDifferentialKernel kernType,
                                              int apertureSize, int avgWindow, Kvp32f k, Kvp32f scale,
                                              Kvp8u* pBuffer) {
-  return measure<kHarris>(pSrc, srcStep, pDst, dstStep, roiSize, kvp::edges::enumValue(kernType),
-                          apertureSize, avgWindow, (double)k, (double)scale, pBuffer);
+  return measure<kHarris>(pSrc, srcStep, pDst, dstStep, roiSize, kvp::enumArg(kernType), apertureSize,
+                          avgWindow, (double)k, (double)scale, pBuffer);
 }
 
 }  // extern "C"

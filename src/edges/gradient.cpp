@@ -74,15 +74,15 @@ extern "C" {
 
 KvpStatus KVP_BODY(kvpiGradientColorToGray_8u_C3C1R)(const Kvp8u* pSrc, int srcStep, Kvp8u* pDst, int dstStep,
                                                      KvpiSize roiSize, KvpiNorm norm) {
-  return gradient(pSrc, srcStep, pDst, dstStep, roiSize, kvp::edges::enumValue(norm));
+  return gradient(pSrc, srcStep, pDst, dstStep, roiSize, kvp::enumArg(norm));
 }
 KvpStatus KVP_BODY(kvpiGradientColorToGray_16u_C3C1R)(const Kvp16u* pSrc, int srcStep, Kvp16u* pDst,
                                                       int dstStep, KvpiSize roiSize, KvpiNorm norm) {
-  return gradient(pSrc, srcStep, pDst, dstStep, roiSize, kvp::edges::enumValue(norm));
+  return gradient(pSrc, srcStep, pDst, dstStep, roiSize, kvp::enumArg(norm));
 }
 KvpStatus KVP_BODY(kvpiGradientColorToGray_32f_C3C1R)(const Kvp32f* pSrc, int srcStep, Kvp32f* pDst,
                                                       int dstStep, KvpiSize roiSize, KvpiNorm norm) {
-  return gradient(pSrc, srcStep, pDst, dstStep, roiSize, kvp::edges::enumValue(norm));
+  return gradient(pSrc, srcStep, pDst, dstStep, roiSize, kvp::enumArg(norm));
 }
 
 }  // extern "C"

@@ -89,7 +89,7 @@ KvpStatus findPeaks(const T* pSrc, int srcStep, KvpiSize roi, T threshold, KvpiP
 KvpStatus peaksSize(KvpiSize roi, int* p) {
   if (!p) return kvpStsNullPtr;
   if (KvpStatus s = kvp::checkSize(roi)) return s;
-  return kvp::edges::storeSize(8LL * roi.height * wordsPerRow(roi.width) + 64, p);
+  return kvp::storeBufferSize(8LL * roi.height * wordsPerRow(roi.width) + 64, p);
 }
 
 }  // namespace
@@ -105,14 +105,14 @@ KvpStatus KVP_BODY(kvpiFindPeaks3x3GetBufferSize_32s_C1R)(KvpiSize roiSize, int*
 KvpStatus KVP_BODY(kvpiFindPeaks3x3_32f_C1R)(const Kvp32f* pSrc, int srcStep, KvpiSize roiSize,
                                              Kvp32f threshold, KvpiPoint* pPeak, int maxPeakCount,
                                              int* pPeakCount, KvpiNorm norm, int border, Kvp8u* pBuffer) {
-  return findPeaks(pSrc, srcStep, roiSize, threshold, pPeak, maxPeakCount, pPeakCount,
-                   kvp::edges::enumValue(norm), border, pBuffer);
+  return findPeaks(pSrc, srcStep, roiSize, threshold, pPeak, maxPeakCount, pPeakCount, kvp::enumArg(norm),
+                   border, pBuffer);
 }
 KvpStatus KVP_BODY(kvpiFindPeaks3x3_32s_C1R)(const Kvp32s* pSrc, int srcStep, KvpiSize roiSize,
                                              Kvp32s threshold, KvpiPoint* pPeak, int maxPeakCount,
                                              int* pPeakCount, KvpiNorm norm, int border, Kvp8u* pBuffer) {
-  return findPeaks(pSrc, srcStep, roiSize, threshold, pPeak, maxPeakCount, pPeakCount,
-                   kvp::edges::enumValue(norm), border, pBuffer);
+  return findPeaks(pSrc, srcStep, roiSize, threshold, pPeak, maxPeakCount, pPeakCount, kvp::enumArg(norm),
+                   border, pBuffer);
 }
 
 }  // extern "C"

@@ -43,22 +43,6 @@ long long bufferBytes(KvpiSize roi, int channels, int k, bool laplacian, bool ga
   return 64 + (gauss ? a64(4LL * k) : 0) + (long long)threadsNow() * slice;
 }
 
-KvpStatus storeSize(long long bytes, int* pBufferSize) {
-  if (bytes > 2147483647LL) return kvpStsBadSize;
-  *pBufferSize = (int)bytes;
-  return kvpStsOk;
-}
-
-// Enum arguments as the int the caller passed (any value a C caller may
-// pass is read without assuming it is one of the enumerators).
-template <class E>
-int rawInt(const E& e) {
-  static_assert(sizeof(E) == sizeof(int));
-  int v;
-  std::memcpy(&v, &e, sizeof v);
-  return v;
-}
-
 int maskSide(int mask, bool only3) {
   if (mask == kvpMskSize3x3) return 3;
   if (mask == kvpMskSize5x5 && !only3) return 5;
@@ -128,7 +112,7 @@ KvpStatus derivativeSize(Op op, KvpiSize roi, int mask, int* pBufferSize) {
   if (KvpStatus s = checkSize(roi)) return s;
   const int k = maskSide(mask, op == kScharrHoriz || op == kScharrVert);
   if (!k) return kvpStsBadMaskSize;
-  return storeSize(bufferBytes(roi, 1, k, op == kLaplacian, false), pBufferSize);
+  return storeBufferSize(bufferBytes(roi, 1, k, op == kLaplacian, false), pBufferSize);
 }
 
 template <class S>
@@ -151,7 +135,7 @@ KvpStatus lowpassSize(KvpiSize roi, int channels, int mask, int* pBufferSize) {
   if (KvpStatus s = checkSize(roi)) return s;
   const int k = maskSide(mask, false);
   if (!k) return kvpStsBadMaskSize;
-  return storeSize(bufferBytes(roi, channels, k, false, false), pBufferSize);
+  return storeBufferSize(bufferBytes(roi, channels, k, false, false), pBufferSize);
 }
 
 // Gauss weights t_i = exp(q x^2) in double, their sum in index order.
@@ -222,7 +206,7 @@ KvpStatus gaussSize(KvpiSize roi, int channels, int kernelSize, int* pBufferSize
   if (!pBufferSize) return kvpStsNullPtr;
   if (KvpStatus s = checkSize(roi)) return s;
   if (KvpStatus s = gaussArgs(kernelSize)) return s;
-  return storeSize(bufferBytes(roi, channels, kernelSize, false, true), pBufferSize);
+  return storeBufferSize(bufferBytes(roi, channels, kernelSize, false, true), pBufferSize);
 }
 
 }  // namespace
@@ -234,12 +218,12 @@ using namespace kvp::bf;
   KvpStatus KVP_BODY(kvpiFilter##NAME##Border_##T##_C1R)(                                            \
       const S* pSrc, int srcStep, D* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask,         \
       KvpiBorderType borderType, S borderValue, Kvp8u* pBuffer) {                                    \
-    return derivative(OP, pSrc, srcStep, pDst, dstStep, roiSize, rawInt(mask), rawInt(borderType),   \
-                      borderValue, pBuffer);                                                         \
+    return derivative(OP, pSrc, srcStep, pDst, dstStep, roiSize, kvp::enumArg(mask),                 \
+                      kvp::enumArg(borderType), borderValue, pBuffer);                               \
   }                                                                                                  \
   KvpStatus KVP_BODY(kvpiFilter##NAME##GetBufferSize_##T##_C1R)(KvpiSize roiSize, KvpiMaskSize mask, \
                                                                 int* pBufferSize) {                  \
-    return derivativeSize(OP, roiSize, rawInt(mask), pBufferSize);                                   \
+    return derivativeSize(OP, roiSize, kvp::enumArg(mask), pBufferSize);                             \
   }
 
 #define KVP_BF_DERIV3(NAME, OP)                \
@@ -263,16 +247,16 @@ KVP_BF_DERIV3(Laplacian, kLaplacian)
 #define KVP_BF_SMOOTH_ARG_C1 &borderValue, false
 #define KVP_BF_SMOOTH_ARG_C3 pBorderValue, true
 
-#define KVP_BF_LOWPASS(T, S, CH)                                                                         \
-  KvpStatus KVP_BODY(kvpiFilterLowpassBorder_##T##_C##CH##R)(                                            \
-      const S* pSrc, int srcStep, S* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask,             \
-      KvpiBorderType borderType, KVP_BF_SMOOTH_VALUE_C##CH(S), Kvp8u* pBuffer) {                         \
-    return lowpass(pSrc, srcStep, pDst, dstStep, roiSize, CH, rawInt(mask), rawInt(borderType),          \
-                   KVP_BF_SMOOTH_ARG_C##CH, pBuffer);                                                    \
-  }                                                                                                      \
-  KvpStatus KVP_BODY(kvpiFilterLowpassGetBufferSize_##T##_C##CH##R)(KvpiSize roiSize, KvpiMaskSize mask, \
-                                                                    int* pBufferSize) {                  \
-    return lowpassSize(roiSize, CH, rawInt(mask), pBufferSize);                                          \
+#define KVP_BF_LOWPASS(T, S, CH)                                                                            \
+  KvpStatus KVP_BODY(kvpiFilterLowpassBorder_##T##_C##CH##R)(                                               \
+      const S* pSrc, int srcStep, S* pDst, int dstStep, KvpiSize roiSize, KvpiMaskSize mask,                \
+      KvpiBorderType borderType, KVP_BF_SMOOTH_VALUE_C##CH(S), Kvp8u* pBuffer) {                            \
+    return lowpass(pSrc, srcStep, pDst, dstStep, roiSize, CH, kvp::enumArg(mask), kvp::enumArg(borderType), \
+                   KVP_BF_SMOOTH_ARG_C##CH, pBuffer);                                                       \
+  }                                                                                                         \
+  KvpStatus KVP_BODY(kvpiFilterLowpassGetBufferSize_##T##_C##CH##R)(KvpiSize roiSize, KvpiMaskSize mask,    \
+                                                                    int* pBufferSize) {                     \
+    return lowpassSize(roiSize, CH, kvp::enumArg(mask), pBufferSize);                                       \
   }
 
 KVP_BF_LOWPASS(8u, Kvp8u, 1)
@@ -280,16 +264,16 @@ KVP_BF_LOWPASS(8u, Kvp8u, 3)
 KVP_BF_LOWPASS(32f, Kvp32f, 1)
 KVP_BF_LOWPASS(32f, Kvp32f, 3)
 
-#define KVP_BF_GAUSS(T, S, CH, KIND)                                                                     \
-  KvpStatus KVP_BODY(kvpiFilterGaussBorder_##T##_C##CH##R)(                                              \
-      const S* pSrc, int srcStep, S* pDst, int dstStep, KvpiSize roiSize, int kernelSize, Kvp32f sigma,  \
-      KvpiBorderType borderType, KVP_BF_SMOOTH_VALUE_C##CH(S), Kvp8u* pBuffer) {                         \
-    return gauss(KIND, pSrc, srcStep, pDst, dstStep, roiSize, CH, kernelSize, sigma, rawInt(borderType), \
-                 KVP_BF_SMOOTH_ARG_C##CH, pBuffer);                                                      \
-  }                                                                                                      \
-  KvpStatus KVP_BODY(kvpiFilterGaussGetBufferSize_##T##_C##CH##R)(KvpiSize roiSize, int kernelSize,      \
-                                                                  int* pBufferSize) {                    \
-    return gaussSize(roiSize, CH, kernelSize, pBufferSize);                                              \
+#define KVP_BF_GAUSS(T, S, CH, KIND)                                                                    \
+  KvpStatus KVP_BODY(kvpiFilterGaussBorder_##T##_C##CH##R)(                                             \
+      const S* pSrc, int srcStep, S* pDst, int dstStep, KvpiSize roiSize, int kernelSize, Kvp32f sigma, \
+      KvpiBorderType borderType, KVP_BF_SMOOTH_VALUE_C##CH(S), Kvp8u* pBuffer) {                        \
+    return gauss(KIND, pSrc, srcStep, pDst, dstStep, roiSize, CH, kernelSize, sigma,                    \
+                 kvp::enumArg(borderType), KVP_BF_SMOOTH_ARG_C##CH, pBuffer);                           \
+  }                                                                                                     \
+  KvpStatus KVP_BODY(kvpiFilterGaussGetBufferSize_##T##_C##CH##R)(KvpiSize roiSize, int kernelSize,     \
+                                                                  int* pBufferSize) {                   \
+    return gaussSize(roiSize, CH, kernelSize, pBufferSize);                                             \
   }
 
 KVP_BF_GAUSS(8u, Kvp8u, 1, kG8uC1)

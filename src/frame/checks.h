@@ -8,11 +8,31 @@
 // A family lists its planes (and extra pointers) and adds only what differs.
 #pragma once
 
+#include <cstring>
 #include <initializer_list>
 
 #include "kvpcore.h"
 
 namespace kvp {
+
+// The int a caller passed for an enumeration parameter, read without an
+// enumeration-typed load: a C caller may pass any value, which the checks
+// then refuse.
+template <class E>
+inline int enumArg(const E& e) {
+  static_assert(sizeof(E) == sizeof(int));
+  int v;
+  std::memcpy(&v, &e, sizeof v);
+  return v;
+}
+
+// Stores a buffer size in bytes, or fails with kvpStsBadSize when it does
+// not fit an int.
+inline KvpStatus storeBufferSize(long long bytes, int* pBufferSize) {
+  if (bytes > 0x7fffffffLL) return kvpStsBadSize;
+  *pBufferSize = (int)bytes;
+  return kvpStsOk;
+}
 
 // One image plane as the checks see it.
 struct PlaneArg {
