@@ -65,6 +65,21 @@ struct ColumnJob {
   bool stream;  // non-temporal stores (16-bit destinations)
 };
 
+// A column job with the fields every column pass fills alike; the caller
+// picks the route and what that route reads.
+inline ColumnJob columnJob(const void* rows, void* dst, int dstStep, KvpiSize roi, int ch, const void* taps,
+                           int k, int dstElem) {
+  ColumnJob j{};
+  j.rows = static_cast<const void* const*>(rows);
+  j.dst = dst;
+  j.dstStep = dstStep;
+  j.elems = roi.width * ch;
+  j.k = k;
+  j.taps = taps;
+  j.dstElem = dstElem;
+  return j;
+}
+
 }  // namespace kvp::filt
 #endif
 
@@ -273,15 +288,8 @@ auto columnKernel() { return KVP_FILTER_KERNEL(columnBand); }
 
 void column32fRows(const Kvp32f* const* rows, Kvp32f* dst, int dstStep, KvpiSize roi, const Kvp32f* kernel,
                    int k, int ch) {
-  ColumnJob j{};
-  j.rows = reinterpret_cast<const void* const*>(rows);
-  j.dst = dst;
-  j.dstStep = dstStep;
-  j.elems = roi.width * ch;
-  j.k = k;
-  j.taps = kernel;
+  ColumnJob j = columnJob(rows, dst, dstStep, roi, ch, kernel, k, kElem32f);
   j.route = kRouteF32;
-  j.dstElem = kElem32f;
   columnKernel()(j, 0, roi.height);
 }
 
@@ -412,14 +420,10 @@ KvpStatus columnInteger(const Kvp16s** rows, D* dst, int dstStep, KvpiSize roi, 
   if (KvpStatus s = checkColumn(rows, dst, dstStep, roi, kernel, k, ch * (int)sizeof(D), (int)sizeof(D),
                                 buffer, true, divisor))
     return s;
-  ColumnJob j{};
-  j.rows = reinterpret_cast<const void* const*>(rows);
-  j.dst = dst;
-  j.dstStep = dstStep;
-  j.elems = roi.width * ch;
-  j.k = k;
-  j.taps = kernel;
-  j.dstElem = sizeof(D) == 2 ? kElem16s : std::is_same_v<D, Kvp8u> ? kElem8u : kElem8s;
+  ColumnJob j = columnJob(rows, dst, dstStep, roi, ch, kernel, k,
+                          sizeof(D) == 2             ? kElem16s
+                          : std::is_same_v<D, Kvp8u> ? kElem8u
+                                                     : kElem8s);
   j.recip = 1.0f / (float)divisor;
   j.shift = divisorShift(divisor);
   if (j.shift >= 0 && sumBound(kernel, k, 32768) < (1 << 24)) {
@@ -443,14 +447,7 @@ KvpStatus columnLow(const Kvp16s** rows, Kvp16s* dst, int dstStep, KvpiSize roi,
                     int divisor, Kvp8u* buffer, int ch) {
   if (KvpStatus s = checkColumn(rows, dst, dstStep, roi, kernel, k, 2 * ch, 2, buffer, true, divisor))
     return s;
-  ColumnJob j{};
-  j.rows = reinterpret_cast<const void* const*>(rows);
-  j.dst = dst;
-  j.dstStep = dstStep;
-  j.elems = roi.width * ch;
-  j.k = k;
-  j.taps = kernel;
-  j.dstElem = kElem16s;
+  ColumnJob j = columnJob(rows, dst, dstStep, roi, ch, kernel, k, kElem16s);
   j.stream = (long long)roi.width * roi.height > kStreamArea;
   if (k == 5 && divisor == 16 && kernel[0] == kernel[4] && kernel[1] == kernel[3])
     j.route = kRouteLowSym5;
