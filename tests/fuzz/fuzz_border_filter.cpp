@@ -148,9 +148,7 @@ bool sameRow(const uint8_t* got, const D* want, int n) {
   for (int i = 0; i < n; ++i) {
     D g;
     std::memcpy(&g, got + (size_t)i * sizeof(D), sizeof(D));
-    if constexpr (std::is_same_v<D, float>)
-      if (std::isnan(g) && std::isnan(want[i])) continue;
-    if (std::memcmp(&g, &want[i], sizeof(D)) != 0) return false;
+    if (!kvf::sameElem(want[i], g)) return false;
   }
   return true;
 }

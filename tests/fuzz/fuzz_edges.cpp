@@ -57,13 +57,6 @@ KVF_NO_COVERAGE void fill(kvf::Stream& in, GuardedPlane& g, int w, int h, int ch
   }
 }
 
-template <class T>
-KVF_NO_COVERAGE bool sameBitsOrNan(const T& a, const T& b) {
-  if constexpr (std::is_floating_point_v<T>)
-    if (std::isnan(a) && std::isnan(b)) return true;
-  return std::memcmp(&a, &b, sizeof(T)) == 0;
-}
-
 // Source plane 0 and destination plane 1 with random steps, leads and
 // nulls; returns the common status.
 struct Setup {
@@ -132,7 +125,7 @@ void runArctan(kvf::Stream& in) {
   KVF_REQUIRE(got == want, "arctan status %d, expected %d", (int)got, (int)want);
   KVF_REQUIRE(out[0] == 5.f && out[n + 1] == 5.f, "arctan wrote outside");
   if (want != kvpStsOk) return;
-  for (int i = 0; i < n; ++i) KVF_REQUIRE(sameBitsOrNan(dst[i], wantV[i]), "arctan differs at %d", i);
+  for (int i = 0; i < n; ++i) KVF_REQUIRE(kvf::sameElem(dst[i], wantV[i]), "arctan differs at %d", i);
 }
 
 // ---- gradient to gray ------------------------------------------------------
@@ -155,7 +148,7 @@ void runGradient(kvf::Stream& in) {
   for (int y = 0; y < s.dims.roi.height; ++y)
     for (int x = 0; x < s.dims.roi.width; ++x)
       KVF_REQUIRE(
-          sameBitsOrNan(reinterpret_cast<const T*>(g[1]->row(y))[x], er::gradGray(&src.at(x, y), norm)),
+          kvf::sameElem(reinterpret_cast<const T*>(g[1]->row(y))[x], er::gradGray(&src.at(x, y), norm)),
           "gradient differs at %d,%d", x, y);
 }
 
@@ -248,7 +241,7 @@ void runTensor(kvf::Stream& in) {
   for (int y = 0; y < H; ++y)
     for (int i = 0; i < W * ch; ++i)
       KVF_REQUIRE(
-          sameBitsOrNan(reinterpret_cast<const float*>(g[1]->row(y))[i], ref.v[(size_t)y * W * ch + i]),
+          kvf::sameElem(reinterpret_cast<const float*>(g[1]->row(y))[i], ref.v[(size_t)y * W * ch + i]),
           "tensor differs at element %d of row %d", i, y);
 }
 

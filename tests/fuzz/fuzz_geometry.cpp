@@ -33,13 +33,7 @@ namespace {
 constexpr long long kMaxPlaneBytes = 4 << 20;
 constexpr int kThreadArea = 3 * 32768;  // above the threshold of every team used
 
-// Elements of an output equal bit for bit, or both NaN.
-template <class T>
-KVF_NO_COVERAGE bool sameElem(T a, T b) {
-  if constexpr (std::is_same_v<T, Kvp32f>)
-    if (std::isnan(a) && std::isnan(b)) return true;
-  return std::memcmp(&a, &b, sizeof(T)) == 0;
-}
+using kvf::sameElem;
 
 // The ROI of a plane against the same shape laid out densely.
 template <class T>
